@@ -1,0 +1,34 @@
+# Shared by the project's commands: installing what is missing and building.
+# Sourced, not run.
+
+KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core"
+
+# Installs the Debian packages of KIV_PACKAGES (and any given) that are not
+# installed yet; does nothing when all are there.
+kiv_ensure_packages() {
+  missing=""
+  for p in $KIV_PACKAGES "$@"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "ok installed" || missing="$missing $p"
+  done
+  [ -z "$missing" ] && return 0
+  echo "installing:$missing"
+  if [ "$(id -u)" -eq 0 ]; then SUDO=""; else SUDO="sudo"; fi
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# kiv_build DIR [meson options...]: configures DIR once, then builds it.
+kiv_build() {
+  dir="$1"
+  shift
+  if [ ! -f "$dir/build.ninja" ]; then
+    meson setup "$dir" "$@" >/dev/null
+  fi
+  ninja -C "$dir" >/dev/null
+}
+
+# Runs a command under a private X server unless told to use the display
+# already there (the widget tests need one).
+kiv_with_x() {
+  xvfb-run -a -s "-screen 0 1280x1024x24" "$@"
+}

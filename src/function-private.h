@@ -1,0 +1,17 @@
+/* function-private.h: what KivFunction shares with its subclasses inside
+ * the library; not installed. */
+#ifndef KIV_FUNCTION_PRIVATE_H
+#define KIV_FUNCTION_PRIVATE_H
+
+#include "function.h"
+
+G_BEGIN_DECLS
+
+/* Applies a new bin width the way a write of "xstep" does: recomputes nbin
+ * and xmax from it, or refuses it with a warning and returns FALSE when it
+ * yields no bin count from 1 to 999999.  The caller holds the mutex. */
+gboolean _kiv_function_set_step(KivFunction *self, double s);
+
+G_END_DECLS
+
+#endif /* KIV_FUNCTION_PRIVATE_H */

@@ -1,0 +1,13 @@
+/* gtkkiv.h: the one header an application includes to use libgtkkiv. */
+#ifndef GTKKIV_H
+#define GTKKIV_H
+
+#define GTKKIV_INSIDE
+#include "kivdefs.h"
+#include "gthread-compat.h"
+#include "function.h"
+#include "stats.h"
+#include "graph.h"
+#undef GTKKIV_INSIDE
+
+#endif /* GTKKIV_H */

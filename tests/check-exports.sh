@@ -1,0 +1,13 @@
+#!/bin/sh
+# Fails when the shared object exports a name that is not part of the
+# library's public interface.
+set -eu
+lib="$1"
+bad=$(nm -D --defined-only "$lib" | awk '{print $3}' |
+  grep -v -E '^(kiv_|_kiv_|getbins$|get_order_of_magnitude$|canvas_|get_file_name$|get_value_for_label$|itmData$|chart1d_get_double$|gauge_get_phi$|gauge_paint$)' || true)
+if [ -n "$bad" ]; then
+  echo "unexpected exports:"
+  echo "$bad"
+  exit 1
+fi
+echo "exports ok: $(nm -D --defined-only "$lib" | wc -l) symbols"
