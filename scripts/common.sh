@@ -1,7 +1,7 @@
 # Shared by the project's commands: installing what is missing and building.
 # Sourced, not run.
 
-KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core"
+KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core locales"
 
 # Installs the Debian packages of KIV_PACKAGES (and any given) that are not
 # installed yet; does nothing when all are there.
@@ -31,4 +31,12 @@ kiv_build() {
 # already there (the widget tests need one).
 kiv_with_x() {
   xvfb-run -a -s "-screen 0 1280x1024x24" "$@"
+}
+
+# The text dump follows the numeric locale; its test needs one whose decimal
+# separator is a comma.
+kiv_ensure_comma_locale() {
+  locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$' && return 0
+  if [ "$(id -u)" -eq 0 ]; then SUDO=""; else SUDO="sudo"; fi
+  $SUDO localedef -i de_DE -f UTF-8 de_DE.UTF-8 2>/dev/null || echo "no comma locale: its test will skip"
 }

@@ -3,7 +3,14 @@
 #include "graph.h"
 #include "kiv-private.h"
 
-#include <cstring>
+#include <algorithm>
+#include <cmath>
+
+struct KivGraphPrivate {
+  /* TRUE when the abscissas never decrease, as evaluation expects; a
+   * binary search then finds the same point as a scan from the start. */
+  gboolean sorted;
+};
 
 enum {
   PROP_0,
@@ -12,9 +19,25 @@ enum {
   PROP_YV,
 };
 
-G_DEFINE_TYPE(KivGraph, kiv_graph, KIV_TYPE_FUNCTION)
+G_DEFINE_TYPE_WITH_PRIVATE(KivGraph, kiv_graph, KIV_TYPE_FUNCTION)
 
 namespace {
+
+KivGraphPrivate *graph_private(KivGraph *self) {
+  return static_cast<KivGraphPrivate *>(kiv_graph_get_instance_private(self));
+}
+
+/* Index of the first abscissa at or beyond x, or n when there is none. */
+int graph_first_at_or_beyond(KivGraph *self, int n, double x) {
+  if (std::isnan(x))
+    return n;
+  if (graph_private(self)->sorted)
+    return static_cast<int>(std::lower_bound(self->xv, self->xv + n, x) - self->xv);
+  int i = 0;
+  while (i < n && !(self->xv[i] >= x))
+    i++;
+  return i;
+}
 
 double graph_eval(KivFunction *f, double x) {
   KivGraph *self = KIV_GRAPH(f);
@@ -23,15 +46,22 @@ double graph_eval(KivFunction *f, double x) {
    * that a chart or a rebin fed with it sees a flat line, not garbage. */
   if (n <= 0 || self->xv == NULL)
     return 0.0;
-  int i = 0;
-  while (i < n && !(self->xv[i] >= x))
-    i++;
+  int i = graph_first_at_or_beyond(self, n, x);
   if (i == n)
     return self->yv[n - 1];
   if (i == 0)
     return self->yv[0];
   const double *xv = self->xv, *yv = self->yv;
-  return yv[i - 1] + (yv[i] - yv[i - 1]) * (x - xv[i - 1]) / (xv[i] - xv[i - 1]);
+  double v = yv[i - 1] + (yv[i] - yv[i - 1]) * (x - xv[i - 1]) / (xv[i] - xv[i - 1]);
+  /* Near the ends of the double range a difference or the product
+   * overflows although the result does not.  Halved operands give it, at
+   * the cost of roundings that the plain formula does not have, so they
+   * are used only then. */
+  if (!std::isfinite(v) && std::isfinite(x)) {
+    double t = (0.5 * x - 0.5 * xv[i - 1]) / (0.5 * xv[i] - 0.5 * xv[i - 1]);
+    v = yv[i - 1] + 2.0 * ((0.5 * yv[i] - 0.5 * yv[i - 1]) * t);
+  }
+  return v;
 }
 
 void graph_array(KivFunction *f, KivTuple *t, double, double) {
@@ -155,5 +185,9 @@ void kiv_graph_reset(KivGraph *g, int n, double *x, double *y) {
       g->yv[i] = 0.0;
     }
   }
+  gboolean sorted = TRUE;
+  for (int i = 1; i < n && sorted; i++)
+    sorted = g->xv[i - 1] <= g->xv[i];
+  graph_private(g)->sorted = sorted;
   f->nbin = n;
 }

@@ -39,6 +39,24 @@ void test_interpolation() {
   g_assert_cmpint(f->nbin, ==, 3);
   g_assert_cmpfloat(kiv_function_eval(f, 2.0), ==, 20.0);
 
+  /* Edges near the end of the double range interpolate without overflow. */
+  double bx[] = {-1e308, 1e308}, by[] = {0, 1e308};
+  kiv_graph_reset(g, 2, bx, by);
+  g_assert_cmpfloat_with_epsilon(kiv_function_eval(f, 0.0), 0.5e308, 1e293);
+  g_assert_cmpfloat_with_epsilon(kiv_function_eval(f, 0.5e308), 0.75e308, 1e293);
+  double cx[] = {-1e308, 1e308}, cy[] = {-1e308, 1e308};
+  kiv_graph_reset(g, 2, cx, cy);
+  g_assert_cmpfloat_with_epsilon(kiv_function_eval(f, 1e307), 1e307, 1e292);
+  double x0[] = {0, 1, 3}, y0[] = {0, 10, 30};
+  kiv_graph_reset(g, 3, x0, y0);
+
+  /* Abscissas out of order are scanned from the start, as given:
+   * the first one at or beyond 2 is 5, reached from 0. */
+  double ux[] = {0, 5, 1}, uy[] = {0, 50, 10};
+  KivGraph *u = kiv_graph_new(3, ux, uy);
+  g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(u), 2.0), ==, 20.0);
+  g_object_unref(u);
+
   /* A NaN argument lies beyond every abscissa. */
   g_assert_cmpfloat(kiv_function_eval(f, NAN), ==, 30.0);
   g_object_unref(g);
