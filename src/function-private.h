@@ -1,5 +1,5 @@
-/* function-private.h: what KivFunction shares with its subclasses inside
- * the library; not installed. */
+/* function-private.h: what KivFunction shares with the rest of the library's
+ * C++ sources; not installed. */
 #ifndef KIV_FUNCTION_PRIVATE_H
 #define KIV_FUNCTION_PRIVATE_H
 
@@ -13,5 +13,21 @@ G_BEGIN_DECLS
 gboolean _kiv_function_set_step(KivFunction *self, double s);
 
 G_END_DECLS
+
+namespace kiv {
+
+/* Holds a function's mutex for the lifetime of a scope. */
+class FunctionLock {
+public:
+  explicit FunctionLock(KivFunction *f) : f_(f) { kiv_function_lock(f_); }
+  ~FunctionLock() { kiv_function_unlock(f_); }
+  FunctionLock(const FunctionLock &) = delete;
+  FunctionLock &operator=(const FunctionLock &) = delete;
+
+private:
+  KivFunction *f_;
+};
+
+} // namespace kiv
 
 #endif /* KIV_FUNCTION_PRIVATE_H */

@@ -8,6 +8,9 @@
 #include "function.h"
 #include "stats.h"
 #include "graph.h"
+#include "histogram.h"
+#include "profile.h"
+#include "tracer.h"
 #undef GTKKIV_INSIDE
 
 #endif /* GTKKIV_H */
