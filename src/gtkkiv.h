@@ -14,6 +14,8 @@
 #include "histogram.h"
 #include "profile.h"
 #include "tracer.h"
+#include "kivchart1d.h"
+#include "kivchart-protected.h"
 #undef GTKKIV_INSIDE
 
 #endif /* GTKKIV_H */

@@ -1,0 +1,238 @@
+/* kivchart1d-canvas.cc: the layout of a chart's canvas (margins, axis
+ * multipliers, legend reserve, the colour-scale reserve and square area of
+ * the two-dimensional chart, linear and logarithmic mappings), the
+ * transforms between data and pixels, and the Pango text helpers that all
+ * chart and gauge text goes through. */
+#include "kivchart-protected.h"
+#include "kivchart1d-private.h"
+#include "axis.h"
+#include "kiv-private.h"
+
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/* The axis multiplier of a range: 10^exponent, or 1 for exponent 0. */
+void canvas_axis_multiplier(double lo, double hi, double *mantisa, double *exponent) {
+  double m = 0.0;
+  get_order_of_magnitude(lo, hi, 3.0, &m, exponent);
+  *mantisa = *exponent != 0.0 ? std::pow(10.0, *exponent) : 1.0;
+}
+
+/* The mapping divides by the width of the range, so a range that has none
+ * (equal limits, a NaN or infinite limit, or a width that overflows a
+ * double) is replaced on the canvas by one that has: equal limits are
+ * widened upwards by one unit (by a millionth of the value where one unit
+ * is lost in rounding), a range without finite limits becomes [0, 1], and
+ * a width that overflows is halved about zero.  The chart's own limits are
+ * not touched; the next redraw starts again from them. */
+void canvas_make_range_usable(double *lo, double *hi) {
+  if (!std::isfinite(*lo) || !std::isfinite(*hi)) {
+    *lo = 0.0;
+    *hi = 1.0;
+    return;
+  }
+  if (*lo == *hi) {
+    double d = std::max(1.0, std::fabs(*lo) * 1e-6);
+    if (std::isfinite(*lo + d)) {
+      *hi = *lo + d;
+    } else {
+      *lo -= d;
+    }
+    return;
+  }
+  if (!std::isfinite(*hi - *lo)) {
+    *lo *= 0.5;
+    *hi *= 0.5;
+  }
+}
+
+/* Pixels per unit of a linear axis, or per decade of a logarithmic one.
+ * A logarithmic axis spans rint(l2 - l1) + 1 decades from the logarithm of
+ * its lower limit; limits whose logarithms round to a count below one
+ * (an upper limit a decade or more under the lower one) are given one
+ * decade rather than a division by zero or a mirrored axis. */
+double canvas_axis_step(int pixels, double lo, double hi, bool log, gboolean *is_log,
+                        double *log_lo) {
+  *is_log = FALSE;
+  if (!log)
+    return pixels / (hi - lo);
+  double l2 = hi > 0.0 ? std::log10(hi) : 1.0;
+  double l1 = lo > 0.0 ? std::log10(lo) : 0.0;
+  double decades = std::max(1.0, std::rint(l2 - l1) + 1.0);
+  *is_log = TRUE;
+  *log_lo = l1;
+  return pixels / decades;
+}
+
+} // namespace
+
+gboolean _kiv_chart1d_is_2d(KivChart1D *h) {
+  /* Looked up by name so that this file does not depend on the subclass;
+   * the type stays 0 until the two-dimensional chart is first used. */
+  static GType chart2d = 0;
+  if (chart2d == 0)
+    chart2d = g_type_from_name("KivChart2D");
+  return chart2d != 0 && g_type_is_a(G_OBJECT_TYPE(h), chart2d);
+}
+
+gboolean _kiv_chart1d_is_squared(KivChart1D *h) {
+  if (!_kiv_chart1d_is_2d(h))
+    return FALSE;
+  gboolean squared = FALSE;
+  g_object_get(h, "squared", &squared, NULL);
+  return squared;
+}
+
+void canvas_set(KivChart1D *h) {
+  g_return_if_fail(KIV_IS_CHART1D(h));
+
+  KivCanvas *c = h->cnvs;
+  GtkWidget *widget = GTK_WIDGET(h);
+  unsigned long xopts = h->drawaxis & 0xF;
+  unsigned long yopts = (h->drawaxis & 0xF0) >> 4;
+  bool is2d = _kiv_chart1d_is_2d(h);
+  PangoRectangle r;
+
+  canvas_make_range_usable(&c->xmin, &c->xmax);
+  canvas_make_range_usable(&c->ymin, &c->ymax);
+
+  canvas_axis_multiplier(c->xmin, c->xmax, &c->mantisa_x, &c->exponent_x);
+  canvas_axis_multiplier(c->ymin, c->ymax, &c->mantisa_y, &c->exponent_y);
+
+  _kiv_get_layout_extent(widget, c->cairo, "X", &r, c->text_font);
+  c->character_width = r.width;
+  c->character_height = r.height;
+  _kiv_get_layout_extent(widget, c->cairo, "<span size=\"smaller\">X</span>", &r, c->text_font);
+  c->small_character_width = r.width;
+  c->small_character_height = r.height;
+
+  c->canvas_width = c->surface != NULL ? cairo_image_surface_get_width(c->surface) : 0;
+  c->canvas_height = c->surface != NULL ? cairo_image_surface_get_height(c->surface) : 0;
+
+  kiv::CharPtr label(g_strdup_printf("%+0.4g", std::ceil(c->ymax / c->mantisa_y)));
+  _kiv_get_layout_extent(widget, c->cairo, label.get(), &r, c->text_font);
+  int label_width = r.width;
+
+  c->ox = (yopts & KIV_AXIS_LEFT) ? label_width + 3 * c->character_width : c->character_width;
+  c->oy = (xopts & KIV_AXIS_LEFT) ? 2 * c->character_height
+                                  : static_cast<int>(1.5 * c->character_height);
+
+  if (is2d) {
+    canvas_axis_multiplier(c->zmin, c->zmax, &c->mantisa_z, &c->exponent_z);
+    c->cscale.width = static_cast<int>(3.5 * c->character_width);
+    c->wz = static_cast<int>(3.5 * c->character_width + c->cscale.width);
+  } else {
+    c->wz = c->ox;
+  }
+
+  c->wx = c->canvas_width - c->ox - c->wz;
+  c->px0 = c->ox;
+  c->px1 = c->ox + c->wx;
+
+  int bottom;
+  if ((xopts & KIV_AXIS_LEFT) && h->xtitle != NULL)
+    bottom = static_cast<int>(2.5 * c->character_height);
+  else if (xopts & KIV_AXIS_LEFT)
+    bottom = static_cast<int>(1.25 * c->character_height);
+  else
+    bottom = c->character_height;
+  c->py0 = c->canvas_height - bottom;
+  c->py1 = c->oy;
+  c->wy = c->py0 - c->py1;
+
+  if (is2d && _kiv_chart1d_is_squared(h)) {
+    if (c->wx > c->wy) {
+      c->wx = c->wy;
+      c->px1 = c->px0 + c->wx;
+    } else {
+      c->wy = c->wx;
+      c->py0 = c->py1 + c->wy;
+    }
+  }
+
+  if (c->legend != NULL) {
+    g_object_unref(c->legend);
+    c->legend = NULL;
+  }
+  if (g_list_length(h->curves) > 1) {
+    c->legend = _kiv_get_pango_layout(widget, c->cairo, c->text_font);
+    chart1d_fill_legend_layout(h, c->legend);
+    int gw = 0, gh = 0;
+    pango_layout_get_pixel_size(c->legend, &gw, &gh);
+    c->wx -= gw;
+    c->leg_x = c->ox + c->wx + static_cast<int>(gw * 0.25 / 2.0);
+    c->leg_y = c->py1 + (c->wy - gh) / 2;
+  }
+
+  if (is2d) {
+    c->cscale.height = c->wy;
+    c->cscale.x = c->px1 + c->character_width;
+    c->cscale.y = c->py1;
+    c->wz = c->wy;
+    c->pz0 = c->py0;
+    c->pz1 = c->py1;
+    c->oz = c->cscale.x + c->cscale.width;
+    /* A histogram whose nonzero cells all hold one value (or none) has an
+     * empty colour range, which the colour map must see as it is: the
+     * scale then maps every value to the bottom of the axis. */
+    double zrange = c->zmax - c->zmin;
+    c->zstp = (std::isfinite(zrange) && zrange != 0.0) ? c->wz / zrange : 0.0;
+  }
+
+  c->xstp = canvas_axis_step(c->wx, c->xmin, c->xmax, h->attr & KIV_LOGX, &c->logx, &c->lxmin);
+  c->ystp = canvas_axis_step(c->py0 - c->py1, c->ymin, c->ymax, h->attr & KIV_LOGY, &c->logy,
+                             &c->lymin);
+}
+
+void canvas_transform(KivCanvas *cnvs, double x, double y, KivPoint *pt) {
+  double x0 = cnvs->logx ? cnvs->lxmin : cnvs->xmin;
+  double y0 = cnvs->logy ? cnvs->lymin : cnvs->ymin;
+  pt->x = (x - x0) * cnvs->xstp + cnvs->px0;
+  pt->y = cnvs->py0 - (y - y0) * cnvs->ystp;
+  if (pt->y > cnvs->py0)
+    pt->y = cnvs->py0;
+  if (pt->y < cnvs->py1)
+    pt->y = cnvs->py1;
+}
+
+void canvas_transform_inv(KivCanvas *cnvs, int ix, int iy, double *x, double *y) {
+  double x0 = cnvs->logx ? cnvs->lxmin : cnvs->xmin;
+  double y0 = cnvs->logy ? cnvs->lymin : cnvs->ymin;
+  *x = (ix - cnvs->px0) / cnvs->xstp + x0;
+  *y = y0 - (iy - cnvs->py0) / cnvs->ystp;
+}
+
+KivPoint *canvas_transform_tuple(KivCanvas *cnvs, KivTuple *t) {
+  KivPoint *out = g_new(KivPoint, t->n);
+  for (int i = 0; i < t->n; i++)
+    canvas_transform(cnvs, t->P[i].x, t->P[i].y, &out[i]);
+  return out;
+}
+
+PangoLayout *_kiv_get_pango_layout(GtkWidget *w, cairo_t *, const char *font_family) {
+  PangoLayout *layout = pango_layout_new(gtk_widget_get_pango_context(w));
+  PangoFontDescription *desc = pango_font_description_copy(gtk_widget_get_style(w)->font_desc);
+  pango_font_description_set_family(desc, font_family);
+  pango_layout_set_font_description(layout, desc);
+  pango_font_description_free(desc);
+  return layout;
+}
+
+void _kiv_draw_string(GtkWidget *w, cairo_t *cairo, gint x, gint y, const char *s,
+                      const char *font_family) {
+  kiv::LayoutPtr layout(_kiv_get_pango_layout(w, cairo, font_family));
+  pango_layout_set_markup(layout.get(), s, -1);
+  cairo_move_to(cairo, x, y);
+  pango_cairo_show_layout(cairo, layout.get());
+}
+
+void _kiv_get_layout_extent(GtkWidget *w, cairo_t *cairo, const char *text,
+                            PangoRectangle *fsize, const char *font) {
+  kiv::LayoutPtr layout(_kiv_get_pango_layout(w, cairo, font));
+  pango_layout_set_markup(layout.get(), text, -1);
+  pango_layout_get_pixel_extents(layout.get(), NULL, fsize);
+}

@@ -1,0 +1,435 @@
+/* kivchart1d-draw.cc: the default drawing steps of KivChart1D: the frame
+ * (points and y range of a redraw), the curves, the legend text, the
+ * statistics box with the tracer marker, and the axes with their labels,
+ * titles and the pointer read-out. */
+#include "kivchart-protected.h"
+#include "kivchart1d-private.h"
+#include "axis.h"
+#include "histogram.h"
+#include "tracer.h"
+#include "kiv-private.h"
+
+#include <pango/pangocairo.h>
+
+#include <cfloat>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+/* Length of a major tick, of a minor tick, in pixels. */
+constexpr int kMajorTick = 5;
+constexpr int kMinorTick = 2;
+
+/* More divisions than this on one axis can only come from a range that
+ * single precision cannot divide (limits near 1e30, or a width below the
+ * spacing of floats at the limits); such an axis is not drawn rather than
+ * looping for ever or piling up ticks. */
+constexpr float kMaxDivisions = 1000.0f;
+
+double chart1d_to_log(double v) {
+  return v > 0.0 ? std::log10(v) : 0.0;
+}
+
+/* Widens the y range of the redraw so that the data fill it with a tenth
+ * of its height to spare at the top, and at the bottom unless the data
+ * start at exactly 0. */
+void chart1d_finish_yrange(KivCanvas *c) {
+  bool have_min = c->ymin != DBL_MAX;
+  bool have_max = c->ymax != -DBL_MAX;
+  if (!have_min && !have_max) {
+    c->ymin = c->ymax = 0.0;
+  } else if (!have_min) {
+    c->ymin = c->ymax;
+  } else if (!have_max) {
+    c->ymax = c->ymin;
+  }
+  if (c->ymin == c->ymax)
+    c->ymax = c->ymin + 10.0;
+  double r = c->ymax - c->ymin;
+  if (std::fabs(c->ymin) * 0.1 > r)
+    r = std::fabs(c->ymin) * 0.1;
+  if (c->ymin != 0.0)
+    c->ymin -= 0.1 * r;
+  c->ymax += 0.1 * r;
+}
+
+/* Where an axis and its ticks go.  Vertical axes (y and the z axis of a
+ * two-dimensional chart) grow upwards from oy, the x axis to the right. */
+struct AxisGeometry {
+  KivChartAxisType type;
+  int ox;
+  int oy;
+  double lo;
+  double f;
+
+  int position(double v) const {
+    return type == KIV_X_AXIS ? kiv::trunc_to_int((v - lo) * f + ox)
+                              : kiv::trunc_to_int(oy - (v - lo) * f);
+  }
+
+  void tick(cairo_t *cr, int p, int length) const {
+    if (type == KIV_X_AXIS) {
+      cairo_move_to(cr, p, oy);
+      cairo_line_to(cr, p, oy - length);
+    } else {
+      cairo_move_to(cr, ox, p);
+      cairo_line_to(cr, ox + length, p);
+    }
+  }
+};
+
+/* The pixel of an axis placed at the left (bottom), middle or right (top)
+ * position. */
+int axis_place(int axopts, int left, int middle, int right) {
+  return (axopts & KIV_AXIS_LEFT) ? left : (axopts & KIV_AXIS_MIDDLE) ? middle : right;
+}
+
+bool divisions_usable(float low, float high, float width) {
+  return std::isfinite(width) && width > 0.0f && std::isfinite(low) && std::isfinite(high) &&
+         (high - low) / width <= kMaxDivisions;
+}
+
+} // namespace
+
+void chart1d_draw_frame(KivChart1D *h) {
+  KivCanvas *c = h->cnvs;
+  bool logx = h->attr & KIV_LOGX;
+  bool logy = h->attr & KIV_LOGY;
+
+  c->xmin = h->xmin;
+  c->xmax = h->xmax;
+  if (!c->fixed) {
+    c->ymin = DBL_MAX;
+    c->ymax = -DBL_MAX;
+  }
+
+  KivTuple *tuples = _kiv_chart1d_new_tuples(h, static_cast<int>(g_list_length(h->curves)));
+  int i = 0;
+  for (GList *l = h->curves; l != NULL; l = l->next, i++) {
+    KivTuple *t = &tuples[i];
+    t->n = 0;
+    t->P = NULL;
+    kiv_function_get_array(KIV_FUNCTION(l->data), t, h->xmin, h->xmax);
+
+    /* An outline does not drop to the base line at its two ends. */
+    if (!(h->attr & KIV_FILLED) && t->n >= 2) {
+      t->P[0].y = t->P[1].y;
+      t->P[t->n - 1].y = t->P[t->n - 2].y;
+    }
+
+    for (int k = 0; k < t->n; k++) {
+      KivPoint *p = &t->P[k];
+      if (!c->fixed) {
+        if (p->y < c->ymin)
+          c->ymin = p->y;
+        if (p->y > c->ymax)
+          c->ymax = p->y;
+      }
+      if (logy)
+        p->y = chart1d_to_log(p->y);
+      if (logx)
+        p->x = chart1d_to_log(p->x);
+    }
+  }
+
+  if (!c->fixed)
+    chart1d_finish_yrange(c);
+}
+
+void chart1d_draw_pixmap(KivChart1D *h) {
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  double saved_width = cairo_get_line_width(cr);
+  cairo_line_join_t saved_join = cairo_get_line_join(cr);
+  cairo_set_line_width(cr, c->line_width);
+  cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+
+  kiv::CurveColorCycle colors(c->curve_colors, &h->colors[KIV_COLOR_CURVE]);
+  int ntuples = _kiv_chart1d_n_tuples(h);
+  for (int i = 0; i < ntuples; i++) {
+    std::unique_ptr<KivPoint, kiv::GFree> px(canvas_transform_tuple(c, &h->xpt[i]));
+    kiv::set_source_color(cr, colors.next());
+    cairo_new_path(cr);
+    for (int k = 0; k < h->xpt[i].n; k++) {
+      /* A NaN in the data, or an x beyond any pixel, has no place on the
+       * canvas: the outline goes on from the previous point to the next. */
+      if (!std::isfinite(px.get()[k].x) || !std::isfinite(px.get()[k].y))
+        continue;
+      cairo_line_to(cr, px.get()[k].x, px.get()[k].y);
+    }
+    if (h->attr & KIV_FILLED)
+      cairo_fill_preserve(cr);
+    cairo_stroke(cr);
+  }
+
+  cairo_set_line_join(cr, saved_join);
+  cairo_set_line_width(cr, saved_width);
+}
+
+void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {
+  GString *text = g_string_new("");
+  kiv::CurveColorCycle colors(h->cnvs->curve_colors, &h->colors[KIV_COLOR_FOREGROUND]);
+  for (GList *l = h->curves; l != NULL; l = l->next) {
+    const GdkColor &col = colors.next();
+    char hex[8];
+    g_snprintf(hex, sizeof hex, "#%02x%02x%02x", col.red >> 8, col.green >> 8, col.blue >> 8);
+    gchar *name = NULL;
+    g_object_get(l->data, "name", &name, NULL);
+    g_string_append_printf(text, "<span foreground=\"%s\">%s</span>\n", hex,
+                           name != NULL ? name : "[unnamed]");
+    g_free(name);
+  }
+  pango_layout_set_markup(layout, text->str, -1);
+  g_string_free(text, TRUE);
+}
+
+void chart1d_draw_stats(KivChart1D *h) {
+  if (h->func == NULL || !KIV_IS_HISTOGRAM(h->func))
+    return;
+
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  KivFunction *f = h->func;
+  KivHistogram *hist = KIV_HISTOGRAM(f);
+  bool tracer = KIV_IS_TRACER(f);
+  double entries, mean, stdev, tmean = 0.0, trms = 0.0;
+
+  /* A producer may be filling the histogram in another thread: its
+   * statistics and contents are read under its own lock (taken after the
+   * canvas mutex, as everywhere). */
+  kiv_function_lock(f);
+  KivStats *st = hist->stat;
+  if (!(h->xmin == f->xmin && h->xmax == f->xmax)) {
+    st = c->stats;
+    kiv_stats_reset(st);
+    int last = f->nbin - 1;
+    int b1 = CLAMP(kiv_function_find_bin(f, c->xmin), 0, last);
+    int b2 = CLAMP(kiv_function_find_bin(f, c->xmax), 0, last);
+    double x = c->xmin + 0.5 * f->step;
+    for (int b = b1; b <= b2; b++) {
+      kiv_stats_add(st, x, 0, hist->y[b]);
+      x += f->step;
+    }
+  }
+  entries = kiv_stats_get_nc(st);
+  mean = kiv_stats_get_mean(st, 0);
+  stdev = kiv_stats_get_stdev(st, 0);
+  if (tracer) {
+    tmean = kiv_histogram_mean(hist);
+    trms = kiv_histogram_rms(hist);
+  }
+  kiv_function_unlock(f);
+
+  kiv::CharPtr text(g_strdup_printf(
+      "<span size=\"smaller\">Entries : % .4e\nMean   : %.4e\nRMS    : %.4e</span>", entries,
+      mean, stdev));
+  PangoRectangle r;
+  _kiv_get_layout_extent(GTK_WIDGET(h), cr, text.get(), &r, "sans");
+  _kiv_draw_string(GTK_WIDGET(h), cr, c->canvas_width - r.width, c->character_height, text.get(),
+                   "sans");
+
+  if (!tracer)
+    return;
+
+  /* A bar over the mean +- the spread beside the y axis, notched on its
+   * right with the tip at the mean. */
+  KivPoint p0, p1;
+  canvas_transform(c, 0, tmean, &p0);
+  canvas_transform(c, 0, tmean + std::sqrt(trms), &p1);
+  int ym = kiv::trunc_to_int(p0.y);
+  int d = std::abs(kiv::trunc_to_int(p1.y - p0.y));
+  if (d <= 3)
+    d = 4;
+  unsigned long yopts = (h->drawaxis >> 4) & 0xF;
+  int X = yopts == KIV_AXIS_LEFT ? c->px0 : yopts == KIV_AXIS_RIGHT ? c->px1 : c->px0 + c->wx / 2;
+  int x0 = X + 2, x1 = X + 6;
+  const int poly[][2] = {{x0, ym - d}, {x1, ym - d}, {x1, ym - 4}, {x0, ym},
+                         {x1, ym + 4}, {x1, ym + d}, {x0, ym + d}, {x0, ym - d}};
+  cairo_new_path(cr);
+  for (const auto &v : poly)
+    cairo_line_to(cr, v[0], v[1]);
+  cairo_close_path(cr);
+  kiv::set_source_color(cr, h->colors[KIV_COLOR_AXIS]);
+  cairo_fill_preserve(cr);
+  cairo_stroke(cr);
+  kiv::set_source_color(cr, h->colors[KIV_COLOR_FOREGROUND]);
+}
+
+float get_value_for_label(float x, double scale, int logx, char *label) {
+  float v = static_cast<float>(x / scale);
+  if (std::fabs(v) < 1e-5)
+    v = 0.0f;
+  if (logx)
+    v = std::pow(10.0f, v);
+  if (label != NULL)
+    std::sprintf(label, "%.3g", v);
+  return v;
+}
+
+void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx) {
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  GtkWidget *widget = GTK_WIDGET(h);
+  const char *title = NULL;
+  AxisGeometry g = {axtype, 0, 0, 0.0, 0.0};
+  int aw = 0;
+  double hi = 0.0, scale = 1.0;
+
+  switch (axtype) {
+  case KIV_X_AXIS:
+    title = h->xtitle;
+    g.ox = c->px0;
+    g.oy = axis_place(axopts, c->py0, c->py0 - c->wy / 2, c->py1);
+    aw = c->wx;
+    g.lo = c->xmin;
+    hi = c->xmax;
+    g.f = c->xstp;
+    scale = logx ? 1.0 : c->mantisa_x;
+    break;
+  case KIV_Y_AXIS:
+    title = h->ytitle;
+    g.oy = c->py0;
+    g.ox = axis_place(axopts, c->px0, c->px0 + c->wx / 2, c->px1);
+    aw = c->wy;
+    if (_kiv_chart1d_is_2d(h)) {
+      g_object_get(h, "hymin", &g.lo, "hymax", &hi, NULL);
+    } else {
+      g.lo = c->ymin;
+      hi = c->ymax;
+    }
+    g.f = c->ystp;
+    scale = logx ? 1.0 : c->mantisa_y;
+    break;
+  case KIV_Z_AXIS:
+    g.oy = c->py0;
+    g.ox = c->oz;
+    aw = c->wz;
+    g.f = c->zstp;
+    scale = c->mantisa_z;
+    g.lo = c->zmin;
+    hi = c->zmax;
+    break;
+  }
+
+  if (logx) {
+    g.lo = g.lo > 0.0 ? std::log10(g.lo) : 0.0;
+    hi = hi > 0.0 ? std::rint(std::log10(hi) + 0.5) : std::rint(0.5);
+  }
+
+  /* The canvas layout leaves finite x and y ranges, but the z range and
+   * the y range read back from a two-dimensional chart come as they are:
+   * an axis without finite limits has nothing to show. */
+  if (!std::isfinite(g.lo) || !std::isfinite(hi))
+    return;
+  double eps = std::fabs(hi - g.lo) * 1e-5;
+  if (std::log10(eps) > 3)
+    return;
+
+  int ndiv = 10;
+  if (axtype == KIV_X_AXIS) {
+    char label[32];
+    get_value_for_label(static_cast<float>(c->xmax), scale, logx, label);
+    if (c->character_width * 10 * static_cast<int>(std::strlen(label)) > c->wx)
+      ndiv = 5;
+  } else if (c->wy < static_cast<int>(10 * 1.2 * c->character_height)) {
+    ndiv = 5;
+  }
+
+  if (title == NULL)
+    title = " ";
+
+  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
+  int nb = 0;
+  getbins(static_cast<float>(g.lo), static_cast<float>(hi), ndiv, &wmn, &wmx, &nb, &bw);
+  if (std::fabs(g.lo - wmn) > eps)
+    wmn = wmn - bw;
+  if (std::fabs(wmx - hi) > eps)
+    wmx = wmx + bw;
+  if (!divisions_usable(wmn, wmx, bw))
+    return;
+
+  double w2 = logx ? std::pow(10.0, bw) : bw;
+  float wmn2 = 0.0f, wmx2 = 0.0f, bw2 = 0.0f;
+  int nb2 = 0;
+  getbins(0.0f, static_cast<float>(w2), 5, &wmn2, &wmx2, &nb2, &bw2);
+  bool minor_ticks = divisions_usable(wmn2, wmx2, bw2);
+
+  cairo_new_path(cr);
+  cairo_move_to(cr, g.ox, g.oy);
+  if (axtype == KIV_X_AXIS)
+    cairo_line_to(cr, g.ox + aw, g.oy);
+  else
+    cairo_line_to(cr, g.ox, g.oy - aw);
+
+  for (float x = wmn; x <= wmx; x += bw) {
+    char label[32];
+    get_value_for_label(x, scale, logx, label);
+    int p = g.position(x);
+    if (g.lo <= x && x <= hi) {
+      g.tick(cr, p, kMajorTick);
+      PangoRectangle r;
+      _kiv_get_layout_extent(widget, cr, label, &r, c->text_font);
+      if (axtype == KIV_X_AXIS)
+        _kiv_draw_string(widget, cr, p - r.width / 2, static_cast<int>(g.oy + 0.2 * r.height),
+                         label, c->text_font);
+      else
+        _kiv_draw_string(widget, cr, g.ox - (r.width + 4), static_cast<int>(p + (-r.height) / 2),
+                         label, c->text_font);
+    }
+    if (!minor_ticks)
+      continue;
+    for (float x1 = wmn2 + bw2; x1 < wmx2 + eps; x1 += bw2) {
+      float v = logx ? static_cast<float>(x + std::log10(x1)) : x + x1;
+      if (g.lo < v && v < hi)
+        g.tick(cr, g.position(v), kMinorTick);
+    }
+  }
+  cairo_stroke(cr);
+
+  kiv::CharPtr text(scale != 1.0 ? g_strdup_printf("<b>%s</b>  x10<sup>%d</sup>", title,
+                                                   kiv::trunc_to_int(std::log10(scale)))
+                                 : g_strdup_printf("<b>%s</b>", title));
+  PangoRectangle r;
+  _kiv_get_layout_extent(widget, cr, text.get(), &r, c->text_font);
+  /* The x title sits on the bottom edge of the widget's allocation, which
+   * the off-screen image always has the size of. */
+  if (axtype == KIV_X_AXIS)
+    _kiv_draw_string(widget, cr, g.ox + aw - r.width, c->canvas_height - r.height, text.get(),
+                     c->text_font);
+  else
+    _kiv_draw_string(widget, cr, g.ox - c->character_height, g.oy - aw - r.height, text.get(),
+                     c->text_font);
+}
+
+void chart1d_draw_axis(KivChart1D *h) {
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+
+  if (h->drawaxis != 0) {
+    kiv::set_source_color(cr, h->colors[KIV_COLOR_AXIS]);
+    int ybits = static_cast<int>((h->drawaxis >> 4) & 0xF);
+    int xbits = static_cast<int>(h->drawaxis & 0xF);
+    if (ybits != 0)
+      draw_axis(h, KIV_Y_AXIS, ybits, h->attr & KIV_LOGY);
+    if (xbits != 0)
+      draw_axis(h, KIV_X_AXIS, xbits, h->attr & KIV_LOGX);
+    if (_kiv_chart1d_is_2d(h))
+      draw_axis(h, KIV_Z_AXIS, KIV_AXIS_LEFT, 0);
+    kiv::set_source_color(cr, h->colors[KIV_COLOR_FOREGROUND]);
+  }
+
+  /* The read-out is formatted into a string of its own length, so the
+   * longest form (seven numbers) always fits. */
+  const KivChartEvent *e = h->evt;
+  kiv::CharPtr readout(
+      (e->button & KIV_BUTTON_PRESS)
+          ? g_strdup_printf("<span size=\"smaller\">X0: %.3g Y0: %.3g X1 %.3g Y1 %.3g DX %.3g "
+                            "DY %.3g dx/dy %.3g</span>",
+                            e->x0, e->y0, e->x, e->y, e->x - e->x0, e->y - e->y0,
+                            (e->x - e->x0) / (e->y - e->y0))
+          : g_strdup_printf("<span size=\"smaller\">X: %.3g Y: %3g</span>", e->x, e->y));
+  _kiv_draw_string(GTK_WIDGET(h), cr, 0, 0, readout.get(), c->text_font);
+}
