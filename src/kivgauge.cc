@@ -1,0 +1,562 @@
+/* kivgauge.cc: KivGauge, a drawing area that shows one value as a needle on
+ * a round dial and records every value it is given in its own tracer. */
+#include "kivgauge.h"
+#include "axis.h"
+#include "kivchart-protected.h"
+#include "kiv-private.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <utility>
+
+struct _KivGaugePrivate {
+  double ox;          /* centre of the dial in widget pixels */
+  double oy;
+  double rx;          /* radii of the dial, always equal */
+  double ry;
+  double cx;          /* size of the dial's drawing area */
+  double cy;
+  double cdiag;       /* diagonal of the letter "X" in the widget's font */
+  double pannel;      /* band width, a fraction of the radius */
+  double angmn;       /* needle angle of xmin */
+  double step;        /* radians per unit of value */
+  double dot;         /* hub radius, a fraction of the radius */
+  double sx;
+  double ex;          /* decimal exponent of the scale's multiplier */
+  cairo_t *cairo;     /* context of the paint in progress, or NULL */
+  cairo_surface_t *surface;
+  GdkFont *ticks;     /* reserved */
+  GdkFont *label;
+  GdkFont *upper;
+  char *font_family;  /* of the scale labels, title and multiplier */
+  GdkColor color;     /* band colour */
+  KivMutex mutex;     /* guards the geometry and the painting */
+};
+
+enum {
+  PROP_0,
+  PROP_XMIN,
+  PROP_XMAX,
+  PROP_TITLE,
+  PROP_COLOR,
+  PROP_FONT,
+  PROP_DEPTH,
+};
+
+G_DEFINE_TYPE_WITH_PRIVATE(KivGauge, kiv_gauge, GTK_TYPE_DRAWING_AREA)
+
+namespace {
+
+constexpr double kPi = G_PI;
+constexpr double kBandWidth = 0.2;     /* of the radius */
+constexpr double kHubRadius = 0.05;    /* of the radius */
+constexpr int kTracerDepth = 128;
+constexpr double kRequestInLetters = 17.5;
+constexpr int kMajorDivisions = 10;
+constexpr int kMinorDivisions = 5;
+constexpr float kTrimTolerance = 1e-5f;
+constexpr double kTopLabelWindow = 0.018;  /* radians around straight up */
+constexpr int kRowGap = 2;                 /* pixels between title rows */
+constexpr std::size_t kTextSize = 50;
+
+/* A scale asks for 10 divisions and gets a couple of dozen at most; the
+ * bound only matters for ranges too wide to divide in single precision. */
+constexpr int kMaxDivisions = 1000;
+
+struct CairoDestroy {
+  void operator()(cairo_t *cr) const { cairo_destroy(cr); }
+};
+using CairoPtr = std::unique_ptr<cairo_t, CairoDestroy>;
+
+struct ObjectUnref {
+  void operator()(gpointer object) const { g_object_unref(object); }
+};
+using LayoutPtr = std::unique_ptr<PangoLayout, ObjectUnref>;
+
+struct GFree {
+  void operator()(gpointer p) const { g_free(p); }
+};
+using CharPtr = std::unique_ptr<gchar, GFree>;
+
+/* A markup text laid out for painting, with its logical size in pixels. */
+struct Text {
+  LayoutPtr layout;
+  int width;
+  int height;
+};
+
+Text gauge_layout_text(GtkWidget *widget, cairo_t *cr, const char *family, const char *markup) {
+  LayoutPtr layout(_kiv_get_pango_layout(widget, cr, family));
+  pango_layout_set_markup(layout.get(), markup, -1);
+  PangoRectangle logical;
+  pango_layout_get_pixel_extents(layout.get(), NULL, &logical);
+  return Text{std::move(layout), logical.width, logical.height};
+}
+
+/* Texts are placed by their top-left corner, at fractional positions where
+ * the dial's centre falls between pixels. */
+void gauge_show_text(cairo_t *cr, const Text &text, double x, double y) {
+  cairo_move_to(cr, x, y);
+  pango_cairo_show_layout(cr, text.layout.get());
+}
+
+/* Writes v with one decimal into a text buffer.  A value very far from the
+ * scale (with a reversed range the multiplier can be tiny) does not fit in
+ * that form; cutting it would show a wrong number, so it is written in
+ * exponent form instead, which always fits. */
+void gauge_format_number(char (&buf)[kTextSize], double v) {
+  int n = g_snprintf(buf, sizeof buf, "%.1f", v);
+  if (n < 0 || static_cast<std::size_t>(n) >= sizeof buf)
+    g_snprintf(buf, sizeof buf, "%.6g", v);
+}
+
+/* Logical pixel size of the letter "X" in the widget's font. */
+void gauge_letter_size(GtkWidget *widget, int *width, int *height) {
+  LayoutPtr layout(gtk_widget_create_pango_layout(widget, "X"));
+  pango_layout_get_pixel_size(layout.get(), width, height);
+}
+
+/* The end of the scale.  An empty range has no width to spread the 270
+ * degrees over: its step would be infinite and every angle NaN.  Such a
+ * gauge shows the range from xmin to xmin + 1, as the axis divisions treat
+ * equal limits, widened for large values so that the end still differs
+ * from xmin in single precision. */
+float gauge_upper(const KivGauge *gg) {
+  if (gg->xmax != gg->xmin)
+    return gg->xmax;
+  double span = std::max(1.0, std::fabs(static_cast<double>(gg->xmin)) / 65536.0);
+  return static_cast<float>(gg->xmin + span);
+}
+
+/* Calls fn(x) for the divisions x = first + i * width up to last, the last
+ * one included or not.  They are counted, not accumulated: the width comes
+ * in single precision, and adding it up can overshoot the last division
+ * (ten steps of 0.1f pass 1.0) and lose the end of the scale.  A width that
+ * is not positive comes from a range that could not be divided (NaN or
+ * infinite limits) and gives no division. */
+template <typename Fn>
+void gauge_each_division(double first, double last, double width, bool with_last, Fn fn) {
+  if (!(width > 0.0))
+    return;
+  double count = std::rint((last - first) / width);
+  if (!(count >= 0.0))
+    return;
+  int n = std::min(kiv::trunc_to_int(count), kMaxDivisions) + (with_last ? 1 : 0);
+  for (int i = 0; i < n; i++)
+    fn(first + i * width);
+}
+
+/* Strokes the part of the ray at angle phi between radii r0 and r1; the
+ * angle is mathematical, y pointing up. */
+void gauge_ray(cairo_t *cr, const KivGaugePrivate *priv, double phi, double r0, double r1) {
+  cairo_move_to(cr, priv->ox + r0 * std::cos(phi), priv->oy - r0 * std::sin(phi));
+  cairo_line_to(cr, priv->ox + r1 * std::cos(phi), priv->oy - r1 * std::sin(phi));
+  cairo_stroke(cr);
+}
+
+void gauge_disc(cairo_t *cr, const KivGaugePrivate *priv, double r, const GdkColor *color) {
+  gdk_cairo_set_source_color(cr, color);
+  cairo_arc(cr, priv->ox, priv->oy, r, 0.0, 2.0 * kPi);
+  cairo_fill(cr);
+}
+
+/* Builds the scale for the current range and draws band, ticks, face, hub,
+ * labels, title and multiplier with the context of the paint in progress. */
+void gauge_update_scale(KivGauge *gg) {
+  g_return_if_fail(KIV_IS_GAUGE(gg));
+  KivGaugePrivate *priv = gg->priv;
+  GtkWidget *widget = GTK_WIDGET(gg);
+  GtkStyle *style = gtk_widget_get_style(widget);
+  cairo_t *cr = priv->cairo;
+  const float lo = gg->xmin;
+  const float hi = gauge_upper(gg);
+
+  double mantisa, e;
+  get_order_of_magnitude(lo, hi, 3.0, &mantisa, &e);
+  const double s = e != 0.0 ? std::pow(10.0, e) : 1.0;
+
+  /* getbins() leaves its outputs alone for a range it cannot divide, so
+   * they start out as an empty scale. */
+  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
+  int nbins = 0;
+  getbins(lo, hi, kMajorDivisions, &wmn, &wmx, &nbins, &bw);
+  /* getbins() lets its limits lie outside the range by a sliver of a
+   * division.  A label there would be clamped onto the end of the scale
+   * with a value the range does not hold, so such a limit moves inward. */
+  if (lo - wmn > kTrimTolerance)
+    wmn += bw;
+  if (wmx - hi > kTrimTolerance)
+    wmx -= bw;
+  float mwmn = 0.0f, mwmx = 0.0f, mbw = 0.0f;
+  int mnbins = 0;
+  getbins(0.0f, bw, kMinorDivisions, &mwmn, &mwmx, &mnbins, &mbw);
+
+  const double range = 2.0 * (kPi - std::fabs(std::atan2(priv->rx, priv->ry)));
+  double angmn = std::atan2(-priv->ry, -priv->rx);
+  if (angmn < 0.0)
+    angmn += 2.0 * kPi;
+  priv->angmn = angmn;
+  priv->step = range / (static_cast<double>(hi) - lo);
+
+  const double pc = priv->pannel;
+  const double r = priv->rx;
+  const double r0 = priv->rx * (1.0 - pc);
+  const double r1 = priv->rx * (1.0 - pc / 2.0);
+  const double beta = std::atan2(priv->ry, priv->rx);
+  const double ox = priv->ox, oy = priv->oy;
+
+  /* The band is clipped out of a full disc: 270 degrees between r0 and r,
+   * open at the bottom.  cairo measures these angles with y down. */
+  cairo_save(cr);
+  const double start = beta + kPi / 2.0, end = kPi / 2.0 - beta;
+  cairo_move_to(cr, ox + r0 * std::cos(start), oy + r0 * std::sin(start));
+  cairo_line_to(cr, ox + r * std::cos(start), oy + r * std::sin(start));
+  cairo_arc(cr, ox, oy, r, start, end);
+  cairo_arc_negative(cr, ox, oy, r0, end, start);
+  cairo_clip(cr);
+  gauge_disc(cr, priv, r, &priv->color);
+
+  gdk_cairo_set_source_color(cr, &style->fg[GTK_STATE_NORMAL]);
+  gauge_each_division(wmn, wmx, bw, true,
+                      [&](double x) { gauge_ray(cr, priv, gauge_get_phi(gg, x), r0, r); });
+  gauge_each_division(wmn, wmx, bw, false, [&](double x) {
+    gauge_each_division(mwmn, mwmx, mbw, false,
+                        [&](double y) { gauge_ray(cr, priv, gauge_get_phi(gg, x + y), r0, r1); });
+  });
+  cairo_restore(cr);
+
+  gauge_disc(cr, priv, r0, &style->bg[GTK_STATE_NORMAL]);
+  gauge_disc(cr, priv, priv->rx * priv->dot, &style->fg[GTK_STATE_NORMAL]);
+
+  const double rl = priv->rx * (1.0 - pc) - priv->cdiag;
+  gauge_each_division(wmn, wmx, bw, true, [&](double x) {
+    double phi = gauge_get_phi(gg, x);
+    char buf[kTextSize];
+    gauge_format_number(buf, x / s);
+    Text text = gauge_layout_text(widget, cr, priv->font_family, buf);
+    double xo = rl * std::cos(phi) - text.width / 2.0;
+    double yo = text.height / 2.0 + rl * std::sin(phi);
+    /* The top label would touch the band's top tick: it is raised. */
+    if (std::fabs(phi - kPi / 2.0) < kTopLabelWindow)
+      yo += 0.5 * text.height;
+    gauge_show_text(cr, text, ox + xo, oy - yo);
+  });
+
+  /* Title and multiplier are stacked upward from the bottom of the area. */
+  int row = kiv::trunc_to_int(priv->cy);
+  if (gg->title != NULL) {
+    /* The title is the caller's markup and may be of any length: it is
+     * formatted on the heap and shown in full, since cutting it to a fixed
+     * buffer could split a tag or a character and lose the whole text. */
+    CharPtr markup(g_strdup_printf("<b>%s</b>", gg->title));
+    Text text = gauge_layout_text(widget, cr, priv->font_family, markup.get());
+    row -= text.height + kRowGap;
+    gauge_show_text(cr, text, ox - text.width / 2, row);
+  }
+  priv->ex = e;
+  if (s != 1.0) {
+    char buf[kTextSize];
+    g_snprintf(buf, sizeof buf, "x10<sup>%d</sup>", kiv::trunc_to_int(e));
+    Text text = gauge_layout_text(widget, cr, priv->font_family, buf);
+    row -= text.height + kRowGap;
+    gauge_show_text(cr, text, ox - text.width / 2, row);
+  }
+}
+
+void gauge_size_request(GtkWidget *widget, GtkRequisition *requisition) {
+  int width, height;
+  gauge_letter_size(widget, &width, &height);
+  requisition->width = requisition->height = kiv::trunc_to_int(width * kRequestInLetters);
+  GTK_WIDGET_CLASS(kiv_gauge_parent_class)->size_request(widget, requisition);
+}
+
+gboolean gauge_expose(GtkWidget *widget, GdkEventExpose *event) {
+  g_return_val_if_fail(KIV_IS_GAUGE(widget), FALSE);
+  cairo_t *cr = gdk_cairo_create(gtk_widget_get_window(widget));
+  if (event != NULL) {
+    gdk_cairo_rectangle(cr, &event->area);
+    cairo_clip(cr);
+  }
+  gauge_paint(KIV_GAUGE(widget), cr);
+  return FALSE;
+}
+
+void gauge_size_allocate(GtkWidget *widget, GtkAllocation *allocation) {
+  g_return_if_fail(KIV_IS_GAUGE(widget));
+  g_return_if_fail(allocation != NULL);
+  GTK_WIDGET_CLASS(kiv_gauge_parent_class)->size_allocate(widget, allocation);
+
+  KivGauge *gg = KIV_GAUGE(widget);
+  KivGaugePrivate *priv = gg->priv;
+  {
+    kiv::MutexLock lock(&priv->mutex);
+    if (priv->surface != NULL)
+      cairo_surface_destroy(priv->surface);
+    priv->surface =
+        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, allocation->width, allocation->height);
+
+    int w, h;
+    gauge_letter_size(widget, &w, &h);
+    priv->cdiag = std::sqrt(static_cast<double>(w * w + h * h));
+
+    double cx = allocation->width, cy = allocation->height;
+    double x_offset = 0.0, y_offset = 0.0;
+    if (gg->squared) {
+      if (cx > cy) {
+        x_offset = (cx - cy) / 2.0;
+        cx = cy;
+      } else {
+        y_offset = (cy - cx) / 2.0;
+        cy = cx;
+      }
+    }
+    priv->ox = cx / 2.0 + x_offset;
+    priv->oy = cy / 2.0 + y_offset;
+    priv->rx = priv->ry = std::min(cx / 2.0, cy / 2.0);
+    priv->cx = cx;
+    priv->cy = cy;
+  }
+  if (gtk_widget_get_realized(widget))
+    gauge_expose(widget, NULL);
+}
+
+} // namespace
+
+static void kiv_gauge_finalize(GObject *object) {
+  g_return_if_fail(KIV_IS_GAUGE(object));
+  KivGauge *gg = KIV_GAUGE(object);
+  KivGaugePrivate *priv = gg->priv;
+  g_clear_object(&gg->tracer);
+  if (priv->surface != NULL)
+    cairo_surface_destroy(priv->surface);
+  g_free(gg->title);
+  g_free(gg->color);
+  g_free(priv->font_family);
+  g_mutex_clear(&priv->mutex);
+  G_OBJECT_CLASS(kiv_gauge_parent_class)->finalize(object);
+}
+
+static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue *value,
+                                   GParamSpec *pspec) {
+  g_return_if_fail(KIV_IS_GAUGE(object));
+  KivGauge *gg = KIV_GAUGE(object);
+  switch (prop_id) {
+  case PROP_XMIN:
+    gg->xmin = static_cast<float>(g_value_get_double(value));
+    break;
+  case PROP_XMAX:
+    gg->xmax = static_cast<float>(g_value_get_double(value));
+    break;
+  case PROP_TITLE:
+    kiv_gauge_set_title(gg, g_value_get_string(value));
+    break;
+  case PROP_COLOR:
+    kiv_gauge_set_color(gg, g_value_get_string(value));
+    break;
+  case PROP_FONT:
+    g_free(gg->priv->font_family);
+    gg->priv->font_family = g_value_dup_string(value);
+    break;
+  case PROP_DEPTH:
+    g_object_set(gg->tracer, "nx", g_value_get_int(value), NULL);
+    break;
+  default:
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, prop_id, pspec);
+    break;
+  }
+}
+
+static void kiv_gauge_get_property(GObject *object, guint prop_id, GValue *value,
+                                   GParamSpec *pspec) {
+  g_return_if_fail(KIV_IS_GAUGE(object));
+  KivGauge *gg = KIV_GAUGE(object);
+  switch (prop_id) {
+  case PROP_XMIN:
+    g_value_set_double(value, gg->xmin);
+    break;
+  case PROP_XMAX:
+    g_value_set_double(value, gg->xmax);
+    break;
+  case PROP_TITLE:
+    g_value_set_string(value, gg->title);
+    break;
+  case PROP_COLOR:
+    g_value_set_string(value, gg->color);
+    break;
+  case PROP_FONT:
+    g_value_set_string(value, gg->priv->font_family);
+    break;
+  case PROP_DEPTH: {
+    int nx = 0;
+    g_object_get(gg->tracer, "nx", &nx, NULL);
+    g_value_set_int(value, nx);
+    break;
+  }
+  default:
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, prop_id, pspec);
+    break;
+  }
+}
+
+static void kiv_gauge_class_init(KivGaugeClass *klass) {
+  GObjectClass *object_class = G_OBJECT_CLASS(klass);
+  GtkWidgetClass *widget_class = GTK_WIDGET_CLASS(klass);
+
+  object_class->set_property = kiv_gauge_set_property;
+  object_class->get_property = kiv_gauge_get_property;
+  object_class->finalize = kiv_gauge_finalize;
+
+  widget_class->size_request = gauge_size_request;
+  widget_class->size_allocate = gauge_size_allocate;
+  widget_class->expose_event = gauge_expose;
+
+  const GParamFlags rw = static_cast<GParamFlags>(G_PARAM_READWRITE);
+  g_object_class_install_property(object_class, PROP_XMIN,
+      g_param_spec_double("xmin", "xmin", "Minimum value of X", -G_MAXDOUBLE, G_MAXDOUBLE, 0.0, rw));
+  g_object_class_install_property(object_class, PROP_XMAX,
+      g_param_spec_double("xmax", "xmax", "Maximum value of X", -G_MAXDOUBLE, G_MAXDOUBLE, 1.0, rw));
+  g_object_class_install_property(object_class, PROP_TITLE,
+      g_param_spec_string("title", "Graph Title", "Graph Title", "Title", rw));
+  g_object_class_install_property(object_class, PROP_COLOR,
+      g_param_spec_string("color", "Graph Color", "Graph Color", "Color", rw));
+  g_object_class_install_property(object_class, PROP_FONT,
+      g_param_spec_string("font", "Font", "Font", "Font", rw));
+  g_object_class_install_property(object_class, PROP_DEPTH,
+      g_param_spec_int("depth", "depth", "the memory depth", 16, 999999, kTracerDepth, rw));
+}
+
+static void kiv_gauge_init(KivGauge *gg) {
+  gg->priv = static_cast<KivGaugePrivate *>(kiv_gauge_get_instance_private(gg));
+  KivGaugePrivate *priv = gg->priv;
+  g_mutex_init(&priv->mutex);
+  priv->pannel = kBandWidth;
+  priv->dot = kHubRadius;
+  priv->sx = 1.0;
+  priv->ex = 0.0;
+  priv->cairo = NULL;
+  priv->surface = NULL;
+  priv->ticks = priv->label = priv->upper = NULL;
+  priv->font_family = g_strdup("sans");
+
+  gg->val = 0.0f;
+  gg->xmin = 0.0f;
+  gg->xmax = 1.0f;
+  gg->title = NULL;
+  gg->color = NULL;
+  gg->squared = FALSE;
+  gg->tracer = kiv_tracer_new(kTracerDepth);
+  kiv_gauge_set_color(gg, "red");
+}
+
+GtkWidget *kiv_gauge_new(float xmin, float xmax) {
+  return GTK_WIDGET(g_object_new(KIV_TYPE_GAUGE, "xmin", static_cast<double>(xmin), "xmax",
+                                 static_cast<double>(xmax), NULL));
+}
+
+void kiv_gauge_set_value(KivGauge *gg, float v) {
+  gg->val = v;
+  kiv_histogram_fill(KIV_HISTOGRAM(gg->tracer), v, 1.0);
+  gtk_widget_queue_draw(GTK_WIDGET(gg));
+}
+
+float kiv_gauge_get_value(KivGauge *gg) {
+  return gg->val;
+}
+
+void kiv_gauge_set_title(KivGauge *gg, const char *tit) {
+  /* Copied before the old title goes: the caller may pass that title. */
+  gchar *title = g_strdup(tit);
+  g_free(gg->title);
+  gg->title = title;
+  if (gtk_widget_get_realized(GTK_WIDGET(gg)))
+    gtk_widget_queue_resize(GTK_WIDGET(gg));
+}
+
+char *kiv_gauge_get_title(KivGauge *gg) {
+  return gg->title;
+}
+
+void kiv_gauge_set_range(KivGauge *gg, float xmin, float xmax) {
+  gg->xmin = xmin;
+  gg->xmax = xmax;
+  gtk_widget_queue_draw(GTK_WIDGET(gg));
+}
+
+void kiv_gauge_set_color(KivGauge *gg, const char *color_name) {
+  g_return_if_fail(KIV_IS_GAUGE(gg));
+  g_return_if_fail(color_name != NULL);
+  GdkColor parsed;
+  if (!gdk_color_parse(color_name, &parsed)) {
+    g_printerr("Cannot get color %s\n", color_name);
+    return;
+  }
+  gchar *name = g_strdup(color_name);
+  g_free(gg->color);
+  gg->color = name;
+  gg->priv->color = parsed;
+  GtkWidget *widget = GTK_WIDGET(gg);
+  if (gtk_widget_get_realized(widget))
+    gdk_color_alloc(gtk_widget_get_colormap(widget), &gg->priv->color);
+}
+
+void kiv_gauge_set_squared(KivGauge *gg, gboolean squared) {
+  g_return_if_fail(KIV_IS_GAUGE(gg));
+  gg->squared = squared;
+  gtk_widget_queue_draw(GTK_WIDGET(gg));
+}
+
+KivTracer *kiv_gauge_get_tracer(KivGauge *gg) {
+  return gg->tracer;
+}
+
+double gauge_get_phi(KivGauge *gg, double x) {
+  const double lo = gg->xmin, hi = gauge_upper(gg);
+  double v;
+  if (x >= lo && x <= hi)
+    v = x;
+  else
+    v = x < lo ? lo : hi;
+  return gg->priv->angmn - (v - lo) * gg->priv->step;
+}
+
+void gauge_paint(KivGauge *gg, cairo_t *cairo) {
+  /* The context is ours to destroy from here on, also when the check
+   * below fails. */
+  CairoPtr owned(cairo);
+  g_return_if_fail(KIV_IS_GAUGE(gg));
+  KivGaugePrivate *priv = gg->priv;
+  GtkWidget *widget = GTK_WIDGET(gg);
+
+  kiv::MutexLock lock(&priv->mutex);
+  if (!owned) {
+    /* Before its first allocation the gauge has no image to paint into. */
+    if (priv->surface == NULL)
+      return;
+    owned.reset(cairo_create(priv->surface));
+  }
+  cairo_t *cr = owned.get();
+  priv->cairo = cr;
+
+  GtkStyle *style = gtk_widget_get_style(widget);
+  gdk_cairo_set_source_color(cr, &style->bg[GTK_STATE_NORMAL]);
+  cairo_paint(cr);
+  gdk_cairo_set_source_color(cr, &style->fg[GTK_STATE_NORMAL]);
+  cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+  cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+
+  gauge_update_scale(gg);
+
+  gdk_cairo_set_source_color(cr, &style->fg[GTK_STATE_NORMAL]);
+  gauge_ray(cr, priv, gauge_get_phi(gg, gg->val), 0.0, priv->rx);
+
+  /* The value is always written in "sans": the "font" property sets the
+   * family of the scale, title and multiplier only. */
+  char buf[kTextSize];
+  gauge_format_number(buf, gg->val / std::pow(10.0, priv->ex));
+  Text text = gauge_layout_text(widget, cr, "sans", buf);
+  gauge_show_text(cr, text, priv->ox - text.width / 2, priv->oy + text.height / 2.0);
+
+  priv->cairo = NULL;
+  owned.reset();
+}
