@@ -1,7 +1,8 @@
 # Shared by the project's commands: installing what is missing and building.
 # Sourced, not run.
 
-KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core locales"
+KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core locales
+  valgrind clang libclang-rt-14-dev"
 
 # Installs the Debian packages of KIV_PACKAGES (and any given) that are not
 # installed yet; does nothing when all are there.
@@ -25,6 +26,30 @@ kiv_build() {
     meson setup "$dir" "$@" >/dev/null
   fi
   ninja -C "$dir" >/dev/null
+}
+
+# kiv_build_targets DIR "TARGETS" [meson options...]: configures DIR once,
+# then builds only the named targets (a sanitizer build that runs one test).
+kiv_build_targets() {
+  dir="$1"
+  targets="$2"
+  shift 2
+  if [ ! -f "$dir/build.ninja" ]; then
+    meson setup "$dir" "$@" >/dev/null
+  fi
+  ninja -C "$dir" $targets >/dev/null
+}
+
+# kiv_build_fuzzers DIR: the libFuzzer targets of fuzz/, built with clang
+# and the address and undefined-behaviour sanitizers; the library is
+# instrumented for coverage too.  Warnings are left to the g++ builds.
+kiv_build_fuzzers() {
+  targets=""
+  for src in fuzz/fuzz-*.cc; do
+    targets="$targets fuzz/$(basename "$src" .cc)"
+  done
+  CC=clang CXX=clang++ kiv_build_targets "$1" "$targets" -Dfuzzing=true -Dwerror=false \
+    -Db_sanitize=address,undefined -Db_lundef=false -Dcpp_args=-fsanitize=fuzzer-no-link
 }
 
 # Runs a command under a private X server unless told to use the display

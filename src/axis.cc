@@ -79,6 +79,12 @@ void get_order_of_magnitude(double vmin, double vmax, double scale, double *mant
   double e = sign > 0.0 ? sign * scale * std::trunc(std::fabs(t))
                         : sign * scale * std::ceil(std::fabs(t));
   double b = e != 0.0 ? std::pow(10.0, e) : 1.0;
+  /* A scale so small that the quotient of the logarithm overflows gives no
+   * usable power of ten either: no multiplier, as for a bad scale. */
+  if (!std::isfinite(e) || !std::isfinite(b) || b == 0.0) {
+    e = 0.0;
+    b = 1.0;
+  }
   *mantisa = value / b;
   *exponent = e;
 }

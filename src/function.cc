@@ -5,6 +5,8 @@
 #include "kiv-private.h"
 
 #include <cmath>
+#include <string>
+#include <vector>
 
 struct _KivFunctionPrivate {
   KivMutex mutex;
@@ -348,34 +350,49 @@ GString *kiv_function_print_list(GList *list_of_functions) {
   if (list_of_functions == NULL || !KIV_IS_FUNCTION(list_of_functions->data))
     return NULL;
 
-  KivFunction *f0 = KIV_FUNCTION(list_of_functions->data);
-  int nbin = f0->nbin;
+  /* The binning and names are copied under each function's lock, so that a
+   * producer thread that rebins or renames meanwhile neither tears the
+   * header from the abscissae nor frees a name being written. */
+  struct Column {
+    KivFunction *f;
+    int nbin;
+    double xmin, xmax, step;
+    std::string name;
+    bool named;
+  };
+  std::vector<Column> cols;
   for (GList *l = list_of_functions; l != NULL; l = l->next) {
     /* Later elements are checked too: reading the bin count of something
      * that is not a function would read past the object. */
-    if (!KIV_IS_FUNCTION(l->data) || KIV_FUNCTION(l->data)->nbin != nbin)
+    if (!KIV_IS_FUNCTION(l->data))
       return NULL;
+    KivFunction *f = KIV_FUNCTION(l->data);
+    kiv::FunctionLock lock(f);
+    /* The upper edge as "xmax" reads it: a range of [0, 0] shows the count. */
+    double xmax = f->xmin == 0.0 && f->xmax == 0.0 ? f->nbin : f->xmax;
+    cols.push_back({f, f->nbin, f->xmin, xmax, f->step, f->name ? f->name : "", f->name != NULL});
   }
+  const Column &c0 = cols.front();
+  for (const Column &c : cols)
+    if (c.nbin != c0.nbin)
+      return NULL;
 
   GString *out = g_string_new(NULL);
-  g_string_append_printf(out, "1D %d %f %f\t[nbin xmin xmax]\n", nbin,
-                         kiv_function_get_xmin(f0), kiv_function_get_xmax(f0));
+  g_string_append_printf(out, "1D %d %f %f\t[nbin xmin xmax]\n", c0.nbin, c0.xmin, c0.xmax);
   g_string_append(out, "\"X\"\t");
-  int j = 0;
-  for (GList *l = list_of_functions; l != NULL; l = l->next, j++) {
-    KivFunction *fj = KIV_FUNCTION(l->data);
-    char sep = l->next ? '\t' : '\n';
-    if (fj->name)
-      g_string_append_printf(out, "\"%s\"%c", fj->name, sep);
+  for (size_t j = 0; j < cols.size(); j++) {
+    char sep = j + 1 < cols.size() ? '\t' : '\n';
+    if (cols[j].named)
+      g_string_append_printf(out, "\"%s\"%c", cols[j].name.c_str(), sep);
     else
-      g_string_append_printf(out, "\"Function_%d\"%c", j, sep);
+      g_string_append_printf(out, "\"Function_%zu\"%c", j, sep);
   }
-  for (int i = 0; i < nbin; i++) {
-    double x = kiv_function_bin_center(f0, i);
+  for (int i = 0; i < c0.nbin; i++) {
+    double x = (i + 0.5) * c0.step + c0.xmin;
     g_string_append_printf(out, "%f\t", x);
-    for (GList *l = list_of_functions; l != NULL; l = l->next)
-      g_string_append_printf(out, l->next ? "%f\t" : "%f\n",
-                             kiv_function_eval(KIV_FUNCTION(l->data), x));
+    for (size_t j = 0; j < cols.size(); j++)
+      g_string_append_printf(out, j + 1 < cols.size() ? "%f\t" : "%f\n",
+                             kiv_function_eval(cols[j].f, x));
   }
   return out;
 }
