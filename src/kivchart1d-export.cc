@@ -1,8 +1,11 @@
 /* kivchart1d-export.cc: the pictures of a chart (a GdkPixbuf and the bytes
- * of PNG, JPEG, PDF, SVG and PostScript files), each drawn afresh, and
- * kiv_chart1d_print, which writes one of them to a file. */
+ * of PNG, JPEG, PDF, SVG and PostScript files), each drawn afresh;
+ * kiv_chart1d_print, which writes one of them to a file; and the dialogs of
+ * the popup menu that save the picture or the data under a name the user
+ * chooses. */
 #include "kivchart-protected.h"
 #include "kivchart1d-private.h"
+#include "function2d.h"
 #include "kiv-private.h"
 
 #include <cairo-pdf.h>
@@ -12,9 +15,59 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+
+/* A file written whole or not at all: when the bytes cannot all be written
+ * (a full disk, a size limit) the file is removed again, so that no
+ * truncated picture or table is left behind.  Only a regular file is ever
+ * removed, never a device or a pipe that was named. */
+class OutputFile {
+public:
+  OutputFile(const char *name, const char *mode) : name_(name), fp_(fopen(name, mode)) {
+    struct stat st;
+    regular_ = fp_ != NULL && fstat(fileno(fp_), &st) == 0 && S_ISREG(st.st_mode);
+  }
+  ~OutputFile() {
+    if (fp_ != NULL)
+      discard();
+  }
+  OutputFile(const OutputFile &) = delete;
+  OutputFile &operator=(const OutputFile &) = delete;
+
+  bool is_open() const { return fp_ != NULL; }
+
+  /* Writes the bytes and closes the file; false when it could not be
+   * written whole, and then it is gone. */
+  bool write_all(const char *data, size_t len) {
+    bool ok = fwrite(data, 1, len, fp_) == len;
+    ok = fclose(fp_) == 0 && ok;
+    fp_ = NULL;
+    if (!ok)
+      remove_file();
+    return ok;
+  }
+
+  /* Closes and removes the file. */
+  void discard() {
+    fclose(fp_);
+    fp_ = NULL;
+    remove_file();
+  }
+
+private:
+  void remove_file() {
+    if (regular_)
+      unlink(name_);
+  }
+
+  const char *name_;
+  FILE *fp_;
+  bool regular_ = false;
+};
 
 /* cairo's write function type, forwarding to the exported one. */
 cairo_status_t chart1d_write_to_gstring(void *closure, const unsigned char *data,
@@ -35,6 +88,107 @@ GString *chart1d_vector_picture(KivChart1D *h, StreamSurfaceFactory create) {
   chart1d_draw_canvas(h, cairo_create(surface.get()));
   surface.reset();
   return str;
+}
+
+/* The file chooser of the browse buttons: the default name when the user
+ * cancels it. */
+gchar *on_btn_get_filename(const char *title, const char *default_name, const char **filters) {
+  gchar *name = get_file_name(title, FALSE, filters);
+  return name != NULL ? name : g_strdup(default_name);
+}
+
+void on_btn_print_browse(GtkWidget *, GtkEntry *entry) {
+  static const char *filters[] = {"PNG files|*.png", "JPEG Files|*.jpg", "JPEG Files|*.jpeg",
+                                  "PDF Files|*.pdf", "PS Files|*.eps",   "SVG Files|*.svg",
+                                  "All|*",           NULL};
+  kiv::CharPtr name(on_btn_get_filename("Open file", "histogram.png", filters));
+  gtk_entry_set_text(entry, name.get());
+}
+
+void on_btn_as_text_browse(GtkWidget *, GtkEntry *entry) {
+  static const char *filters[] = {"*.txt", "*.*", NULL};
+  kiv::CharPtr name(on_btn_get_filename("Output text file", "data.txt", filters));
+  gtk_entry_set_text(entry, name.get());
+}
+
+gint ask_a_yes_no_question(const char *title, const char *text) {
+  GtkWidget *dialog = _kiv_chart1d_new_dialog(title);
+  GtkWidget *label = gtk_label_new(text);
+  gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog))), label, TRUE, TRUE,
+                     10);
+  gtk_widget_show_all(dialog);
+  gint response = gtk_dialog_run(GTK_DIALOG(dialog));
+  gtk_widget_hide(dialog);
+  gtk_widget_destroy(dialog);
+  return response;
+}
+
+/* The frame of both save dialogs: a "File name" label over an entry with a
+ * browse button beside it, in a box that a dialog may add to.  The dialog
+ * is hidden and destroyed with this object, whatever the answer was. */
+class FileNameDialog {
+public:
+  FileNameDialog(const char *title, GCallback browse) : dialog_(_kiv_chart1d_new_dialog(title)) {
+    box_ = gtk_vbox_new(FALSE, 4);
+    gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(dialog_))), box_, TRUE,
+                       TRUE, 0);
+    GtkWidget *label = gtk_label_new("File name");
+    gtk_misc_set_alignment(GTK_MISC(label), 0.0f, 0.5f);
+    gtk_box_pack_start(GTK_BOX(box_), label, FALSE, FALSE, 0);
+
+    GtkWidget *row = gtk_hbox_new(FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(box_), row, TRUE, TRUE, 0);
+    entry_ = gtk_entry_new();
+    gtk_box_pack_start(GTK_BOX(row), entry_, TRUE, TRUE, 0);
+    GtkWidget *button = gtk_button_new_from_stock(GTK_STOCK_OPEN);
+    gtk_box_pack_start(GTK_BOX(row), button, FALSE, FALSE, 0);
+    g_signal_connect(button, "clicked", browse, entry_);
+  }
+  ~FileNameDialog() {
+    gtk_widget_hide(dialog_);
+    gtk_widget_destroy(dialog_);
+  }
+  FileNameDialog(const FileNameDialog &) = delete;
+  FileNameDialog &operator=(const FileNameDialog &) = delete;
+
+  GtkWidget *box() const { return box_; }
+  const gchar *file_name() const { return gtk_entry_get_text(GTK_ENTRY(entry_)); }
+
+  /* True when the user accepted the dialog. */
+  bool run() {
+    gtk_widget_show_all(dialog_);
+    return gtk_dialog_run(GTK_DIALOG(dialog_)) == GTK_RESPONSE_ACCEPT;
+  }
+
+private:
+  GtkWidget *dialog_;
+  GtkWidget *box_;
+  GtkWidget *entry_;
+};
+
+/* The name a picture is written under.  The suffix is what follows the
+ * last "." anywhere in the name, directories included; when it is missing
+ * or names another format, the user is asked whether the format's suffix
+ * should be appended. */
+gchar *chart1d_picture_name(const char *name, const char *format) {
+  const char *dot = strrchr(name, '.');
+  gint answer;
+  if (dot == NULL) {
+    answer = ask_a_yes_no_question(
+        "No file suffix", "The file does not have a suffix.\nDo you want me to add the right one ?");
+  } else {
+    kiv::CharPtr suffix(g_ascii_strdown(dot + 1, -1));
+    if (strstr(suffix.get(), format) != NULL || strstr(suffix.get(), "jpg") != NULL)
+      return g_strdup(name);
+    answer = ask_a_yes_no_question("No or wrong file suffix",
+                                   "The file does not have or have the wrong\n"
+                                   "suffix. Do you want me to add the right one ?");
+  }
+  if (answer != GTK_RESPONSE_ACCEPT)
+    return g_strdup(name);
+  if (strstr(format, "jpeg") != NULL)
+    return g_strdup_printf("%s.jpg", name);
+  return g_strdup_printf("%s.%s", name, format);
 }
 
 } // namespace
@@ -144,8 +298,8 @@ int kiv_chart1d_print(KivChart1D *h, const char *file_name, const char *type) {
   g_return_val_if_fail(file_name != NULL, -1);
   g_return_val_if_fail(type != NULL, -1);
 
-  FILE *fp = fopen(file_name, "wb");
-  if (fp == NULL) {
+  OutputFile out(file_name, "wb");
+  if (!out.is_open()) {
     printf("Cannot open %s for writing\n", file_name);
     return -1;
   }
@@ -158,14 +312,96 @@ int kiv_chart1d_print(KivChart1D *h, const char *file_name, const char *type) {
   if (pspec != NULL && pspec->value_type == G_TYPE_GSTRING && (pspec->flags & G_PARAM_READABLE))
     g_object_get(h, type, &bytes, NULL);
 
-  if (bytes != NULL) {
-    fwrite(bytes->str, 1, bytes->len, fp);
-    fclose(fp);
-    g_string_free(bytes, TRUE);
-  } else {
+  if (bytes == NULL) {
     printf("Error. Very likely invalid picture format: %s\n", type);
-    fclose(fp);
-    unlink(file_name);
+    out.discard();
+    return 0;
+  }
+  bool written = out.write_all(bytes->str, bytes->len);
+  g_string_free(bytes, TRUE);
+  /* A picture that could not be written whole is not there at all. */
+  if (!written) {
+    printf("Cannot write %s\n", file_name);
+    return -1;
   }
   return 0;
+}
+
+GtkWidget *_kiv_chart1d_new_dialog(const char *title) {
+  GtkWidget *dialog = gtk_dialog_new_with_buttons(
+      title, NULL, GtkDialogFlags(GTK_DIALOG_MODAL | GTK_DIALOG_DESTROY_WITH_PARENT),
+      GTK_STOCK_OK, GTK_RESPONSE_ACCEPT, GTK_STOCK_CANCEL, GTK_RESPONSE_REJECT, NULL);
+  gtk_window_set_type_hint(GTK_WINDOW(dialog), GDK_WINDOW_TYPE_HINT_DIALOG);
+  return dialog;
+}
+
+void on_kiv_print(GtkWidget *, KivChart1D *h) {
+  static const char *const formats[] = {"png", "jpeg", "pdf", "svg", "eps"};
+  FileNameDialog dialog("Save Histogram image", G_CALLBACK(on_btn_print_browse));
+  GtkWidget *combo = gtk_combo_box_text_new();
+  for (const char *f : formats)
+    gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(combo), f);
+  gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 0);
+  gtk_box_pack_start(GTK_BOX(dialog.box()), combo, FALSE, FALSE, 0);
+  if (!dialog.run())
+    return;
+
+  kiv::CharPtr format(gtk_combo_box_text_get_active_text(GTK_COMBO_BOX_TEXT(combo)));
+  kiv::CharPtr name(chart1d_picture_name(dialog.file_name(), format.get()));
+  /* The format is one of the chart's byte pictures, so this writes it or
+   * says that the file cannot be opened. */
+  kiv_chart1d_print(h, name.get(), format.get());
+}
+
+void on_kiv_as_text(GtkWidget *, KivChart1D *h) {
+  FileNameDialog dialog("Save Histogram as text", G_CALLBACK(on_btn_as_text_browse));
+  if (!dialog.run())
+    return;
+
+  const gchar *name = dialog.file_name();
+  OutputFile out(name, "w");
+  if (!out.is_open()) {
+    g_warning("Could not open output file %s\n", name);
+    return;
+  }
+  GString *text = h->func != NULL && KIV_IS_FUNCTION2D(h->func)
+                      ? kiv_function_print(h->func)
+                      : kiv_function_print_list(h->curves);
+  /* Curves binned differently, or none at all, have no common table: the
+   * file just opened is not left behind empty. */
+  if (text == NULL) {
+    g_warning("%s: the curves of this chart have no common table; %s not written", G_STRFUNC,
+              name);
+    out.discard();
+    return;
+  }
+  bool written = out.write_all(text->str, text->len);
+  g_string_free(text, TRUE);
+  if (!written)
+    g_warning("Could not write output file %s\n", name);
+}
+
+gchar *get_file_name(const char *title, gboolean for_open, const char **filters) {
+  GtkWidget *dialog = gtk_file_chooser_dialog_new(
+      title, NULL, for_open ? GTK_FILE_CHOOSER_ACTION_OPEN : GTK_FILE_CHOOSER_ACTION_SAVE,
+      GTK_STOCK_CANCEL, GTK_RESPONSE_CANCEL, GTK_STOCK_OPEN, GTK_RESPONSE_ACCEPT, NULL);
+  GtkFileChooser *chooser = GTK_FILE_CHOOSER(dialog);
+  for (const char **f = filters; f != NULL && *f != NULL; f++) {
+    GtkFileFilter *filter = gtk_file_filter_new();
+    const char *bar = strchr(*f, '|');
+    if (bar != NULL) {
+      kiv::CharPtr label(g_strndup(*f, static_cast<gsize>(bar - *f)));
+      gtk_file_filter_set_name(filter, label.get());
+      gtk_file_filter_add_pattern(filter, bar + 1);
+    } else {
+      gtk_file_filter_add_pattern(filter, *f);
+    }
+    gtk_file_chooser_add_filter(chooser, filter);
+  }
+
+  gchar *name = NULL;
+  if (gtk_dialog_run(GTK_DIALOG(dialog)) == GTK_RESPONSE_ACCEPT)
+    name = gtk_file_chooser_get_filename(chooser);
+  gtk_widget_destroy(dialog);
+  return name;
 }

@@ -31,6 +31,34 @@ using ObjectPtr = std::unique_ptr<T, ObjectUnref>;
 using LayoutPtr = ObjectPtr<PangoLayout>;
 using CharPtr = std::unique_ptr<gchar, GFree>;
 
+/* Property writes give up rather than wait for a redraw that holds the
+ * canvas for long: 10 attempts, 10 ms apart.  held() tells whether the
+ * mutex was taken; a write that did not get it is dropped. */
+class PropertyWriteLock {
+public:
+  explicit PropertyWriteLock(GMutex *m) {
+    for (int i = 0; i < kAttempts; i++) {
+      if (g_mutex_trylock(m)) {
+        m_ = m;
+        return;
+      }
+      g_usleep(kRetryMicroseconds);
+    }
+  }
+  ~PropertyWriteLock() {
+    if (m_ != NULL)
+      g_mutex_unlock(m_);
+  }
+  PropertyWriteLock(const PropertyWriteLock &) = delete;
+  PropertyWriteLock &operator=(const PropertyWriteLock &) = delete;
+  bool held() const { return m_ != NULL; }
+
+private:
+  static constexpr int kAttempts = 10;
+  static constexpr gulong kRetryMicroseconds = 10000;
+  GMutex *m_ = NULL;
+};
+
 /* cairo takes colour components from 0 to 1, GDK keeps 16-bit ones. */
 inline void set_source_color(cairo_t *cr, const GdkColor &c) {
   cairo_set_source_rgb(cr, c.red / 65535.0, c.green / 65535.0, c.blue / 65535.0);
@@ -94,8 +122,62 @@ void chart1d_set_style_colors(KivChart1D *h);
 void chart1d_set_curve_colors(KivChart1D *h);
 
 /* Handler of the main function's "range-changed" while the chart follows
- * its range. */
+ * its range, and its connection to and from the main function (the
+ * disconnection leaves sync_id as it is). */
 void chart1d_range_changed(KivFunction *f, KivChart1D *h);
+void chart1d_connect_sync(KivChart1D *h);
+void chart1d_disconnect_sync(KivChart1D *h);
+
+/* The chart's own mouse and key handlers, connected when it is made.  The
+ * button and motion handlers let the event go on, so that a derived chart
+ * connects its own handlers after them. */
+gboolean chart1d_button_press(GtkWidget *w, GdkEventButton *event, gpointer data);
+gboolean chart1d_button_release(GtkWidget *w, GdkEventButton *event, gpointer data);
+gboolean chart1d_motion_notify(GtkWidget *w, GdkEventMotion *event, gpointer data);
+gboolean chart1d_key_press(GtkWidget *w, GdkEventKey *event, gpointer data);
+
+/* Identifiers of the popup menu's items, the index of each in itmData.
+ * The colour identifiers equal the KivChartColors indices. */
+enum {
+  CFOREG = KIV_COLOR_FOREGROUND,
+  CBACKG = KIV_COLOR_BACKGROUND,
+  CAXIS = KIV_COLOR_AXIS,
+  CCURVE = KIV_COLOR_CURVE,
+  CXAXIS_LEFT,
+  CXAXIS_RIGHT,
+  CXAXIS_MIDDLE,
+  CXAXIS_RANGE,
+  CXAXIS_NONE,
+  CYAXIS_LEFT,
+  CYAXIS_RIGHT,
+  CYAXIS_MIDDLE,
+  CYAXIS_RANGE,
+  CYAXIS_NONE,
+  CFILL,
+  CLOGY,
+  CLOGX,
+  CSTATS,
+  C2D_BW,
+  C2D_WB,
+  C2D_RED,
+  C2D_GREEN,
+  C2D_BLUE,
+  C2D_THERMAL,
+  LAST_C
+};
+
+/* The popup menu of a chart, built afresh for each right-button press; a
+ * derived chart appends its items through the class slot xtra_menu. */
+GtkWidget *chart1d_create_menu(KivChart1D *h);
+
+/* The "Print..." and "Save as text..." dialogs of the popup menu. */
+void on_kiv_print(GtkWidget *w, KivChart1D *h);
+void on_kiv_as_text(GtkWidget *w, KivChart1D *h);
+
+/* A modal dialog without parent, with the buttons OK (GTK_RESPONSE_ACCEPT)
+ * and Cancel (GTK_RESPONSE_REJECT): the frame of all the chart's own
+ * dialogs. */
+GtkWidget *_kiv_chart1d_new_dialog(const char *title);
 
 /* Replaces the point arrays of the last redraw by n empty ones (h->xpt),
  * remembering their number so that they are released exactly. */
@@ -105,7 +187,11 @@ int _kiv_chart1d_n_tuples(KivChart1D *h);
 
 /* The two-dimensional chart derives from this class in its own source
  * file; the layout and the axes only need to know whether an instance is
- * one and whether it wants a square plotting area. */
+ * one and whether it wants a square plotting area.  The derived chart
+ * hands over the address of its square flag when an instance is
+ * initialised (the flag lives as long as the instance); an instance that
+ * never did is a one-dimensional chart. */
+void _kiv_chart1d_set_square_flag(KivChart1D *h, const gboolean *squared);
 gboolean _kiv_chart1d_is_2d(KivChart1D *h);
 gboolean _kiv_chart1d_is_squared(KivChart1D *h);
 

@@ -48,34 +48,6 @@ G_DEFINE_TYPE_WITH_PRIVATE(KivChart1D, kiv_chart1d, GTK_TYPE_DRAWING_AREA)
 
 namespace {
 
-/* Property writes give up rather than wait for a redraw that holds the
- * canvas for long: 10 attempts, 10 ms apart. */
-constexpr int kWriteAttempts = 10;
-constexpr gulong kWriteRetryMicroseconds = 10000;
-
-class BoundedLock {
-public:
-  explicit BoundedLock(GMutex *m) {
-    for (int i = 0; i < kWriteAttempts; i++) {
-      if (g_mutex_trylock(m)) {
-        m_ = m;
-        return;
-      }
-      g_usleep(kWriteRetryMicroseconds);
-    }
-  }
-  ~BoundedLock() {
-    if (m_)
-      g_mutex_unlock(m_);
-  }
-  BoundedLock(const BoundedLock &) = delete;
-  BoundedLock &operator=(const BoundedLock &) = delete;
-  bool held() const { return m_ != NULL; }
-
-private:
-  GMutex *m_ = NULL;
-};
-
 KivChart1DPrivate *chart1d_private(KivChart1D *h) {
   return static_cast<KivChart1DPrivate *>(kiv_chart1d_get_instance_private(h));
 }
@@ -85,16 +57,6 @@ void chart1d_set_attr(KivChart1D *h, guint bit, gboolean z) {
     h->attr |= bit;
   else
     h->attr &= ~bit;
-}
-
-void chart1d_connect_sync(KivChart1D *h) {
-  h->sync_id = static_cast<int>(g_signal_connect(h->func, "range-changed",
-                                                 G_CALLBACK(chart1d_range_changed), h));
-}
-
-void chart1d_disconnect_sync(KivChart1D *h) {
-  if (h->sync_id >= 0 && h->func != NULL)
-    g_signal_handler_disconnect(h->func, static_cast<gulong>(h->sync_id));
 }
 
 /* The "func" property: the new function replaces the main function at the
@@ -136,6 +98,16 @@ void chart1d_new_surface(KivCanvas *c, int width, int height) {
 }
 
 } // namespace
+
+void chart1d_connect_sync(KivChart1D *h) {
+  h->sync_id = static_cast<int>(g_signal_connect(h->func, "range-changed",
+                                                 G_CALLBACK(chart1d_range_changed), h));
+}
+
+void chart1d_disconnect_sync(KivChart1D *h) {
+  if (h->sync_id >= 0 && h->func != NULL)
+    g_signal_handler_disconnect(h->func, static_cast<gulong>(h->sync_id));
+}
 
 void chart1d_range_changed(KivFunction *f, KivChart1D *h) {
   g_return_if_fail(KIV_IS_CHART1D(h));
@@ -300,9 +272,7 @@ static void kiv_chart1d_finalize(GObject *object) {
 
   /* A running monitor timer and a live range connection would otherwise
    * call into a chart that no longer exists. */
-  if (h->tmout >= 0)
-    g_source_remove(static_cast<guint>(h->tmout));
-  h->tmout = -1;
+  kiv_chart1d_monitor_stop(h);
   chart1d_disconnect_sync(h);
 
   g_object_unref(c->stats);
@@ -330,7 +300,7 @@ static void kiv_chart1d_set_property(GObject *object, guint prop_id, const GValu
                                      GParamSpec *pspec) {
   KivChart1D *h = KIV_CHART1D(object);
   KivCanvas *c = h->cnvs;
-  BoundedLock lock(&c->mutex);
+  kiv::PropertyWriteLock lock(&c->mutex);
   if (!lock.held())
     return;
 
@@ -576,6 +546,10 @@ static void kiv_chart1d_init(KivChart1D *h) {
 
   gtk_widget_set_events(GTK_WIDGET(h), GDK_POINTER_MOTION_MASK | GDK_BUTTON_PRESS_MASK |
                                            GDK_BUTTON_RELEASE_MASK | GDK_KEY_PRESS_MASK);
+  g_signal_connect(h, "button_press_event", G_CALLBACK(chart1d_button_press), NULL);
+  g_signal_connect(h, "button_release_event", G_CALLBACK(chart1d_button_release), NULL);
+  g_signal_connect(h, "motion_notify_event", G_CALLBACK(chart1d_motion_notify), NULL);
+  g_signal_connect(h, "key_press_event", G_CALLBACK(chart1d_key_press), NULL);
 }
 
 GType kiv_chart_colors_get_type(void) {

@@ -163,8 +163,35 @@ KIV_API cairo_status_t _kiv_img_to_gstring(GString **str, const unsigned char *d
                                            unsigned int length);
 
 /* Writes the picture property named by type ("png", "jpeg", "pdf", "svg"
- * or "eps") to file_name; 0 when done, -1 when the file cannot be opened. */
+ * or "eps") to file_name; 0 when done, -1 when the file cannot be opened
+ * or written whole (no part of it is then left). */
 KIV_API int kiv_chart1d_print(KivChart1D *h, const char *file_name, const char *type);
+
+/* Refreshes the chart every tim milliseconds from the main loop, so that
+ * data filled by other threads shows up; a running refresh is replaced. */
+KIV_API void kiv_chart1d_monitor_start(KivChart1D *kiv, int tim);
+KIV_API void kiv_chart1d_monitor_stop(KivChart1D *kiv);
+/* While on, the chart takes its main function's x range whenever that
+ * function's range or binning changes. */
+KIV_API void kiv_chart1d_sync_range(KivChart1D *h, gboolean z);
+
+/* The records that the items of a chart's popup menu act through: one per
+ * menu identifier, all rewritten for the chart whose menu is built. */
+typedef struct {
+  int item;
+  KivChart1D *kiv;
+} item_data;
+
+KIV_API extern item_data itmData[];
+
+/* The number in a text field: leading white space allowed, trailing text
+ * ignored; def when there is no number or it is out of range. */
+KIV_API double chart1d_get_double(const char *str, double def);
+
+/* Runs a file chooser and returns the chosen path (g_free it), or NULL.
+ * filters is NULL or a NULL-terminated list of patterns, each optionally
+ * preceded by a display name and "|" ("PNG files|*.png"). */
+KIV_API gchar *get_file_name(const char *title, gboolean for_open, const char **filters);
 
 G_END_DECLS
 
