@@ -16,6 +16,7 @@
 #include "tracer.h"
 #include "kivchart1d.h"
 #include "kivchart-protected.h"
+#include "kivchart2d.h"
 #include "kivgauge.h"
 #undef GTKKIV_INSIDE
 

@@ -68,23 +68,27 @@ double canvas_axis_step(int pixels, double lo, double hi, bool log, gboolean *is
   return pixels / decades;
 }
 
+/* Where a two-dimensional chart keeps its square flag, as object data. */
+GQuark chart1d_square_flag_quark() {
+  static const GQuark quark = g_quark_from_static_string("kiv-chart1d-square-flag");
+  return quark;
+}
+
 } // namespace
 
+void _kiv_chart1d_set_square_flag(KivChart1D *h, const gboolean *squared) {
+  g_object_set_qdata(G_OBJECT(h), chart1d_square_flag_quark(),
+                     const_cast<gboolean *>(squared));
+}
+
 gboolean _kiv_chart1d_is_2d(KivChart1D *h) {
-  /* Looked up by name so that this file does not depend on the subclass;
-   * the type stays 0 until the two-dimensional chart is first used. */
-  static GType chart2d = 0;
-  if (chart2d == 0)
-    chart2d = g_type_from_name("KivChart2D");
-  return chart2d != 0 && g_type_is_a(G_OBJECT_TYPE(h), chart2d);
+  return g_object_get_qdata(G_OBJECT(h), chart1d_square_flag_quark()) != NULL;
 }
 
 gboolean _kiv_chart1d_is_squared(KivChart1D *h) {
-  if (!_kiv_chart1d_is_2d(h))
-    return FALSE;
-  gboolean squared = FALSE;
-  g_object_get(h, "squared", &squared, NULL);
-  return squared;
+  const gboolean *squared =
+      static_cast<const gboolean *>(g_object_get_qdata(G_OBJECT(h), chart1d_square_flag_quark()));
+  return squared != NULL && *squared;
 }
 
 void canvas_set(KivChart1D *h) {
