@@ -16,6 +16,15 @@ G_END_DECLS
 
 namespace kiv {
 
+/* The bin of x: truncation toward zero, so a quotient in (-1, 0) is bin 0;
+ * below that, and NaN, -1; at or past the top, nbin.  The comparisons are
+ * made on the double so that NaN and huge quotients never reach an int
+ * conversion.  Inline so that batched fills keep their loops vectorised. */
+inline int bin_of(double x, double xmin, double step, int nbin) {
+  double q = (x - xmin) / step;
+  return !(q > -1.0) ? -1 : q >= nbin ? nbin : static_cast<int>(q);
+}
+
 /* Holds a function's mutex for the lifetime of a scope. */
 class FunctionLock {
 public:

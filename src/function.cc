@@ -312,15 +312,7 @@ double kiv_function_get_step(KivFunction *f) {
 
 int kiv_function_find_bin(KivFunction *f, double x) {
   g_return_val_if_fail(f != NULL, -1);
-  /* Truncation toward zero: a quotient in (-1, 0) still lands in bin 0.
-   * The comparisons are made on the double so that NaN and huge quotients
-   * never reach an int conversion. */
-  double q = (x - f->xmin) / f->step;
-  if (!(q > -1.0))
-    return -1;
-  if (q >= f->nbin)
-    return f->nbin;
-  return static_cast<int>(q);
+  return kiv::bin_of(x, f->xmin, f->step, f->nbin);
 }
 
 double kiv_function_bin_center(KivFunction *f, int ib) {

@@ -41,6 +41,12 @@ KIV_API GType kiv_histogram_get_type(void) G_GNUC_CONST;
 
 KIV_API KivHistogram *kiv_histogram_new(gint n, gdouble xmin, gdouble xmax, gdouble *ptr);
 KIV_API void kiv_histogram_fill(KivHistogram *h, double val, double weight);
+/* Fills n values x[i] with weights w[i] (weight 1 for all when w is NULL)
+ * under one hold of the lock, then emits "changed" once.  Contents,
+ * statistics and extrema end up exactly as after n kiv_histogram_fill()
+ * calls with the same values in the same order (so on a profile w[i] is
+ * the value filled at x[i]).  An empty batch changes and emits nothing. */
+KIV_API void kiv_histogram_fill_n(KivHistogram *h, const double *x, const double *w, gsize n);
 KIV_API void kiv_histogram_reset(KivHistogram *h);
 KIV_API void kiv_histogram_set_bin_content(KivHistogram *h, int ibin, double val);
 KIV_API double kiv_histogram_get_bin_content(KivHistogram *h, int ibin);

@@ -45,12 +45,15 @@ KivHistogram2DPrivate *histogram2d_priv(KivHistogram2D *self) {
   return static_cast<KivHistogram2DPrivate *>(kiv_histogram2d_get_instance_private(self));
 }
 
+/* The two axes.  Fills reach them for every entry, so they go straight to
+ * the parent record rather than through a checked cast: self is always a
+ * two-dimensional histogram here. */
 KivFunction *histogram2d_x(KivHistogram2D *self) {
-  return &KIV_FUNCTION2D(self)->X;
+  return &self->parent.X;
 }
 
 KivFunction *histogram2d_y(KivHistogram2D *self) {
-  return KIV_FUNCTION2D(self)->Y;
+  return self->parent.Y;
 }
 
 /* Cell numbers are ints (the chart indexes and sorts them as such), so a
@@ -372,6 +375,20 @@ void kiv_histogram2d_fill(KivHistogram2D *h2d, double x, double y, double w) {
   g_return_if_fail(h2d != NULL);
   g_return_if_fail(KIV_IS_HISTOGRAM2D(h2d));
   KIV_HISTOGRAM2D_GET_CLASS(h2d)->fill(h2d, x, y, w);
+  g_signal_emit(h2d, histogram2d_signals[CHANGED], 0);
+}
+
+void kiv_histogram2d_fill_n(KivHistogram2D *h2d, const double *x, const double *y,
+                            const double *w, gsize n) {
+  g_return_if_fail(h2d != NULL);
+  g_return_if_fail(KIV_IS_HISTOGRAM2D(h2d));
+  g_return_if_fail((x != NULL && y != NULL) || n == 0);
+  /* An empty batch is zero fills, so it emits nothing. */
+  if (n == 0)
+    return;
+  auto fill = KIV_HISTOGRAM2D_GET_CLASS(h2d)->fill;
+  for (gsize i = 0; i < n; i++)
+    fill(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);
   g_signal_emit(h2d, histogram2d_signals[CHANGED], 0);
 }
 

@@ -43,6 +43,11 @@ KIV_API GType kiv_histogram2d_get_type(void) G_GNUC_CONST;
 KIV_API KivHistogram2D *kiv_histogram2d_new(int nx, double xmin, double xmax, int ny,
                                             double ymin, double ymax, gdouble *ptr);
 KIV_API void kiv_histogram2d_fill(KivHistogram2D *h2d, double x, double y, double w);
+/* Fills the n entries (x[i], y[i]) with weights w[i] (weight 1 for all when
+ * w is NULL) through the fill slot, then emits "changed" once: the cells,
+ * statistics and extrema end up as after n kiv_histogram2d_fill() calls. */
+KIV_API void kiv_histogram2d_fill_n(KivHistogram2D *h2d, const double *x, const double *y,
+                                    const double *w, gsize n);
 KIV_API void kiv_histogram2d_reset(KivHistogram2D *h2d);
 KIV_API int kiv_histogram2d_get_stats(KivHistogram2D *h2d, KivStats *s);
 KIV_API double kiv_histogram2d_get_cell_content(KivHistogram2D *h2d, int ix, int iy);

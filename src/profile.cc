@@ -50,8 +50,40 @@ void prof_range_changed(KivProfile *self, gpointer) {
   prof_allocate(self);
 }
 
+/* kiv_profile_fill() once the instance is known to be a profile.  Fills
+ * run at high rates, so the parent records are reached directly rather
+ * than through checked casts. */
+void prof_fill(KivProfile *p, double x, double y, double w) {
+  KivHistogram *h = &p->H;
+  KivFunction *f = &h->parent;
+  int b = kiv_function_find_bin(f, x);
+  if (b < 0 || b >= f->nbin || b >= prof_private(p)->nalloc)
+    return;
+
+  double N = p->n[b] + w;
+  if (N == 0.0) {
+    /* Weights that sum to zero (a first fill of weight 0, or weights that
+     * cancel) leave the bin without a defined mean.  Rather than divide by
+     * zero and show NaN or infinity, the bin goes back to the state of a
+     * bin never filled: weight sum, mean and mean square 0. */
+    h->y[b] = 0.0;
+    p->s[b] = 0.0;
+  } else {
+    h->y[b] = (p->n[b] * h->y[b] + w * y) / N;
+    p->s[b] = (p->n[b] * p->s[b] + w * y * y) / N;
+  }
+  p->n[b] = N;
+
+  kiv_stats_add(h->stat, x, y, w);
+  if (h->y[b] > h->vmax)
+    h->vmax = h->y[b];
+  if (h->y[b] < h->vmin)
+    h->vmin = h->y[b];
+}
+
+/* The slot is only ever called on profiles. */
 void prof_fill_slot(KivHistogram *h, double x, double v) {
-  kiv_profile_fill(KIV_PROFILE(h), x, v, 1.0);
+  prof_fill(reinterpret_cast<KivProfile *>(h), x, v, 1.0);
 }
 
 /* A new array of nbin values, f(b) for the bins that have sums and 0 for
@@ -135,28 +167,5 @@ KivProfile *kiv_profile_new(int n, double xmin, double xmax, double *ptr) {
 
 void kiv_profile_fill(KivProfile *p, double x, double y, double w) {
   g_return_if_fail(KIV_IS_PROFILE(p));
-  KivHistogram *h = KIV_HISTOGRAM(p);
-  int b = kiv_function_find_bin(KIV_FUNCTION(p), x);
-  if (b < 0 || b >= KIV_FUNCTION(p)->nbin || b >= prof_private(p)->nalloc)
-    return;
-
-  double N = p->n[b] + w;
-  if (N == 0.0) {
-    /* Weights that sum to zero (a first fill of weight 0, or weights that
-     * cancel) leave the bin without a defined mean.  Rather than divide by
-     * zero and show NaN or infinity, the bin goes back to the state of a
-     * bin never filled: weight sum, mean and mean square 0. */
-    h->y[b] = 0.0;
-    p->s[b] = 0.0;
-  } else {
-    h->y[b] = (p->n[b] * h->y[b] + w * y) / N;
-    p->s[b] = (p->n[b] * p->s[b] + w * y * y) / N;
-  }
-  p->n[b] = N;
-
-  kiv_stats_add(h->stat, x, y, w);
-  if (h->y[b] > h->vmax)
-    h->vmax = h->y[b];
-  if (h->y[b] < h->vmin)
-    h->vmin = h->y[b];
+  prof_fill(p, x, y, w);
 }
