@@ -10,6 +10,7 @@
 #include "kivchart2d-private.h"
 #include "function2d.h"
 #include "histogram2d.h"
+#include "function-private.h"
 #include "kiv-private.h"
 
 #include <algorithm>
@@ -229,6 +230,10 @@ void chart2d_draw_frame(KivChart1D *h) {
   KivHistogram2D *hist = KIV_HISTOGRAM2D(h->func);
   KivFunction *X = &KIV_FUNCTION2D(hist)->X;
   KivFunction *Y = KIV_FUNCTION2D(hist)->Y;
+  /* Producers fill under the histogram's lock; the cells are counted and
+   * then indexed, and a fill between the two passes would add a nonzero
+   * cell that the index buffer has no room for. */
+  kiv::FunctionLock lock(X);
   const double *cells = hist->y;
 
   /* The histogram never lays out more cells than an int counts; counts
