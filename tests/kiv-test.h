@@ -185,4 +185,32 @@ inline GString *read_bytes(gpointer widget, const char *prop) {
 
 } // namespace kivtest
 
+/* A histogram that adds up, per thread, the weights its fill slot receives:
+ * a rebin refills through the slot in the rebinning thread, so a test can
+ * tell the entries rebins added from those the producers filled.  Each test
+ * program is one source file, so the type is defined here once per program. */
+typedef struct {
+  KivHistogram parent;
+} CountingHistogram;
+typedef struct {
+  KivHistogramClass parent_class;
+} CountingHistogramClass;
+
+G_DEFINE_TYPE(CountingHistogram, counting_histogram, KIV_TYPE_HISTOGRAM)
+
+namespace kivtest {
+inline thread_local double slot_weight = 0.0;
+} // namespace kivtest
+
+static void counting_histogram_fill(KivHistogram *h, double x, double w) {
+  kivtest::slot_weight += w;
+  KIV_HISTOGRAM_CLASS(counting_histogram_parent_class)->fill(h, x, w);
+}
+
+static void counting_histogram_class_init(CountingHistogramClass *klass) {
+  KIV_HISTOGRAM_CLASS(klass)->fill = counting_histogram_fill;
+}
+
+static void counting_histogram_init(CountingHistogram *) {}
+
 #endif /* KIV_TEST_H */

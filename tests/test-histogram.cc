@@ -6,31 +6,6 @@
 #include <cstring>
 #include <vector>
 
-/* A histogram that adds up the weights its fill slot receives in each
- * thread, so that a test can tell the entries a rebin adds (the rebin calls
- * the slot in the rebinning thread) from those of the producers. */
-typedef struct {
-  KivHistogram parent;
-} CountingHistogram;
-typedef struct {
-  KivHistogramClass parent_class;
-} CountingHistogramClass;
-
-G_DEFINE_TYPE(CountingHistogram, counting_histogram, KIV_TYPE_HISTOGRAM)
-
-static thread_local double slot_weight = 0.0;
-
-static void counting_fill(KivHistogram *h, double x, double w) {
-  slot_weight += w;
-  KIV_HISTOGRAM_CLASS(counting_histogram_parent_class)->fill(h, x, w);
-}
-
-static void counting_histogram_class_init(CountingHistogramClass *klass) {
-  KIV_HISTOGRAM_CLASS(klass)->fill = counting_fill;
-}
-
-static void counting_histogram_init(CountingHistogram *) {}
-
 namespace {
 
 double sum_contents(KivHistogram *h) {
@@ -505,7 +480,7 @@ void test_threads() {
   GThread *threads[4];
   for (auto &t : threads)
     t = g_thread_new("producer", producer, &run);
-  slot_weight = 0.0;
+  kivtest::slot_weight = 0.0;
   double last_total = 0.0;
   int arrays = 0, rebins = 0;
   while (run.running > 0) {
@@ -542,7 +517,7 @@ void test_threads() {
   g_assert_cmpfloat(inside, >, 0.0);
   g_assert_cmpfloat(sum_contents(run.h), ==, inside);
   /* Every rebin added one entry per new bin, weighted by its content. */
-  g_assert_cmpfloat(kiv_histogram_entries(run.h), ==, all + slot_weight);
+  g_assert_cmpfloat(kiv_histogram_entries(run.h), ==, all + kivtest::slot_weight);
   g_object_unref(run.h);
 }
 

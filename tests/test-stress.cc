@@ -13,31 +13,6 @@
 #include <cstdio>
 #include <vector>
 
-/* A histogram that adds up, per thread, the weights its fill slot receives:
- * a rebin refills through the slot in the controller's thread, so the
- * controller's sum is exactly what the rebins added to the statistics. */
-typedef struct {
-  KivHistogram parent;
-} StressHistogram;
-typedef struct {
-  KivHistogramClass parent_class;
-} StressHistogramClass;
-
-G_DEFINE_TYPE(StressHistogram, stress_histogram, KIV_TYPE_HISTOGRAM)
-
-static thread_local double slot_weight = 0.0;
-
-static void stress_histogram_fill(KivHistogram *h, double x, double w) {
-  slot_weight += w;
-  KIV_HISTOGRAM_CLASS(stress_histogram_parent_class)->fill(h, x, w);
-}
-
-static void stress_histogram_class_init(StressHistogramClass *klass) {
-  KIV_HISTOGRAM_CLASS(klass)->fill = stress_histogram_fill;
-}
-
-static void stress_histogram_init(StressHistogram *) {}
-
 namespace {
 
 using kivstress::Lcg;
@@ -81,7 +56,7 @@ constexpr Binning kBinnings[] = {{16, 0, 1}, {8, 0, 2}, {32, -16, 1}, {32, -48, 
 class HistogramScenario : public Scenario {
 public:
   HistogramScenario() {
-    h_ = KIV_HISTOGRAM(g_object_new(stress_histogram_get_type(), "nx", 16, "xmin", 0.0, "xmax",
+    h_ = KIV_HISTOGRAM(g_object_new(counting_histogram_get_type(), "nx", 16, "xmin", 0.0, "xmax",
                                     16.0, "ptr", NULL, NULL));
     g_signal_connect(h_, "changed", G_CALLBACK(count_signal), &changed_);
   }
@@ -157,7 +132,7 @@ public:
     }
   }
 
-  void control_done() override { rebin_weight_ = slot_weight; }
+  void control_done() override { rebin_weight_ = kivtest::slot_weight; }
 
   /* A reader that knows nothing of the binning asks for more than the whole
    * range, as a chart zoomed out would, and sees one of the binnings. */
