@@ -2,7 +2,8 @@
 # Sourced, not run.
 
 KIV_PACKAGES="meson ninja-build pkg-config g++ libgtk2.0-dev xvfb xauth fonts-dejavu-core locales
-  valgrind clang libclang-rt-14-dev"
+  valgrind clang libclang-rt-14-dev
+  gobject-introspection libgirepository1.0-dev python3-gi gir1.2-gtk-2.0 valac gi-docgen"
 
 # Installs the Debian packages of KIV_PACKAGES (and any given) that are not
 # installed yet; does nothing when all are there.

@@ -6,9 +6,13 @@
 
 G_BEGIN_DECLS
 
-/* Every data object and every chart serialises on one of these.  It is a
- * plain, non-recursive GLib mutex: whoever holds it must not call an
- * operation that takes it again. */
+/**
+ * KivMutex:
+ *
+ * The mutex of every data object and every chart: a plain, non-recursive
+ * #GMutex.  Whoever holds it must not call an operation that takes it
+ * again.  Data objects lock theirs with kiv_function_lock().
+ */
 typedef GMutex KivMutex;
 
 G_END_DECLS

@@ -4,9 +4,14 @@
 
 #include <glib.h>
 
-/* The shared object exports only what is marked KIV_API: the library is
- * built with hidden visibility by default, so helpers shared between its
- * source files stay private to it. */
+/**
+ * KIV_API:
+ *
+ * Marks a declaration that the shared object exports.  The library is
+ * built with hidden visibility, so helpers shared between its source files
+ * stay private to it; for programs that use the library the mark expands
+ * to nothing.
+ */
 #if defined(KIV_COMPILATION) && defined(__GNUC__)
 #define KIV_API __attribute__((visibility("default")))
 #else
