@@ -22,20 +22,27 @@ void canvas_axis_multiplier(double lo, double hi, double *mantisa, double *expon
   *mantisa = *exponent != 0.0 ? std::pow(10.0, *exponent) : 1.0;
 }
 
+/* Ranges narrower than this are mapped as if their limits were equal: a
+ * step of pixels per unit over them overflows a double (the widest canvas
+ * has some 10^9 pixels), which would put every tick and label infinitely
+ * far away. */
+constexpr double kNarrowestRange = 1e-290;
+
 /* The mapping divides by the width of the range, so a range that has none
- * (equal limits, a NaN or infinite limit, or a width that overflows a
- * double) is replaced on the canvas by one that has: equal limits are
- * widened upwards by one unit (by a millionth of the value where one unit
- * is lost in rounding), a range without finite limits becomes [0, 1], and
- * a width that overflows is halved about zero.  The chart's own limits are
- * not touched; the next redraw starts again from them. */
+ * (equal limits, a width too narrow to divide by, a NaN or infinite limit,
+ * or a width that overflows a double) is replaced on the canvas by one
+ * that has: equal limits are widened upwards by one unit (by a millionth
+ * of the value where one unit is lost in rounding), a range without finite
+ * limits becomes [0, 1], and a width that overflows is halved about zero.
+ * The chart's own limits are not touched; the next redraw starts again
+ * from them. */
 void canvas_make_range_usable(double *lo, double *hi) {
   if (!std::isfinite(*lo) || !std::isfinite(*hi)) {
     *lo = 0.0;
     *hi = 1.0;
     return;
   }
-  if (*lo == *hi) {
+  if (std::fabs(*hi - *lo) < kNarrowestRange) {
     double d = std::max(1.0, std::fabs(*lo) * 1e-6);
     if (std::isfinite(*lo + d)) {
       *hi = *lo + d;
@@ -182,9 +189,10 @@ void canvas_set(KivChart1D *h) {
     c->oz = c->cscale.x + c->cscale.width;
     /* A histogram whose nonzero cells all hold one value (or none) has an
      * empty colour range, which the colour map must see as it is: the
-     * scale then maps every value to the bottom of the axis. */
-    double zrange = c->zmax - c->zmin;
-    c->zstp = (std::isfinite(zrange) && zrange != 0.0) ? c->wz / zrange : 0.0;
+     * scale then maps every value to the bottom of the axis.  So does a
+     * range too narrow to divide by. */
+    double zstp = c->wz / (c->zmax - c->zmin);
+    c->zstp = std::isfinite(zstp) ? zstp : 0.0;
   }
 
   c->xstp = canvas_axis_step(c->wx, c->xmin, c->xmax, h->attr & KIV_LOGX, &c->logx, &c->lxmin);
@@ -232,6 +240,17 @@ void _kiv_draw_string(GtkWidget *w, cairo_t *cairo, gint x, gint y, const char *
   pango_layout_set_markup(layout.get(), s, -1);
   cairo_move_to(cairo, x, y);
   pango_cairo_show_layout(cairo, layout.get());
+}
+
+/* Broken markup would make Pango refuse the whole layout with a warning
+ * at every redraw, and a legend or title with it would show nothing.  Such
+ * text is not markup the caller meant, so it is shown as plain text; text
+ * that is not even UTF-8 has its bad bytes replaced first. */
+gchar *_kiv_safe_markup(const char *text) {
+  kiv::CharPtr valid(g_utf8_make_valid(text, -1));
+  if (pango_parse_markup(valid.get(), -1, 0, NULL, NULL, NULL, NULL))
+    return valid.release();
+  return g_markup_escape_text(valid.get(), -1);
 }
 
 void _kiv_get_layout_extent(GtkWidget *w, cairo_t *cairo, const char *text,

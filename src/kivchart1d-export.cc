@@ -166,32 +166,49 @@ private:
   GtkWidget *entry_;
 };
 
-/* The name a picture is written under.  The suffix is what follows the
- * last "." anywhere in the name, directories included; when it is missing
- * or names another format, the user is asked whether the format's suffix
+/* The name a picture is written under: when its suffix is missing or
+ * names another format, the user is asked whether the format's suffix
  * should be appended. */
 gchar *chart1d_picture_name(const char *name, const char *format) {
-  const char *dot = strrchr(name, '.');
   gint answer;
-  if (dot == NULL) {
+  switch (_kiv_picture_suffix_check(name, format)) {
+  case KIV_SUFFIX_FITS:
+    return g_strdup(name);
+  case KIV_SUFFIX_MISSING:
     answer = ask_a_yes_no_question(
         "No file suffix", "The file does not have a suffix.\nDo you want me to add the right one ?");
-  } else {
-    kiv::CharPtr suffix(g_ascii_strdown(dot + 1, -1));
-    if (strstr(suffix.get(), format) != NULL || strstr(suffix.get(), "jpg") != NULL)
-      return g_strdup(name);
+    break;
+  default:
     answer = ask_a_yes_no_question("No or wrong file suffix",
                                    "The file does not have or have the wrong\n"
                                    "suffix. Do you want me to add the right one ?");
+    break;
   }
   if (answer != GTK_RESPONSE_ACCEPT)
     return g_strdup(name);
+  return _kiv_picture_name_with_suffix(name, format);
+}
+
+} // namespace
+
+/* The suffix is what follows the last "." anywhere in the name,
+ * directories included; any suffix that contains "jpg" is taken for every
+ * format, as the dialog has always done. */
+int _kiv_picture_suffix_check(const char *name, const char *format) {
+  const char *dot = strrchr(name, '.');
+  if (dot == NULL)
+    return KIV_SUFFIX_MISSING;
+  kiv::CharPtr suffix(g_ascii_strdown(dot + 1, -1));
+  if (strstr(suffix.get(), format) != NULL || strstr(suffix.get(), "jpg") != NULL)
+    return KIV_SUFFIX_FITS;
+  return KIV_SUFFIX_WRONG;
+}
+
+gchar *_kiv_picture_name_with_suffix(const char *name, const char *format) {
   if (strstr(format, "jpeg") != NULL)
     return g_strdup_printf("%s.jpg", name);
   return g_strdup_printf("%s.%s", name, format);
 }
-
-} // namespace
 
 void _kiv_chart1d_picture_size(KivChart1D *h, int *width, int *height) {
   GtkWidget *widget = GTK_WIDGET(h);

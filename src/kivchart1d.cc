@@ -11,12 +11,6 @@
 #include <algorithm>
 #include <cfloat>
 
-struct KivChart1DPrivate {
-  /* Number of point arrays in xpt: the number of curves when they were
-   * fetched, which curves added or removed since do not change. */
-  int nxpt;
-};
-
 enum {
   PROP_0,
   PROP_FUNC,
@@ -46,11 +40,11 @@ enum {
 
 G_DEFINE_TYPE_WITH_PRIVATE(KivChart1D, kiv_chart1d, GTK_TYPE_DRAWING_AREA)
 
-namespace {
-
 KivChart1DPrivate *chart1d_private(KivChart1D *h) {
   return static_cast<KivChart1DPrivate *>(kiv_chart1d_get_instance_private(h));
 }
+
+namespace {
 
 void chart1d_set_attr(KivChart1D *h, guint bit, gboolean z) {
   if (z)
@@ -640,6 +634,9 @@ int kiv_chart1d_get_n_func(KivChart1D *h) {
 
 void kiv_chart1d_add_curve(KivChart1D *h, KivFunction *f) {
   g_return_if_fail(KIV_IS_CHART1D(h));
+  /* A NULL curve would be kept in the list and dereferenced by the next
+   * redraw, so it is refused like a foreign chart. */
+  g_return_if_fail(KIV_IS_FUNCTION(f));
 
   if (h->func == NULL) {
     kiv_chart1d_set_func(h, f);

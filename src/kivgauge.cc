@@ -3,11 +3,12 @@
 #include "kivgauge.h"
 #include "axis.h"
 #include "kivchart-protected.h"
+#include "kivchart1d-private.h"
 #include "kiv-private.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
-#include <memory>
 #include <utility>
 
 struct _KivGaugePrivate {
@@ -64,20 +65,9 @@ constexpr std::size_t kTextSize = 50;
  * bound only matters for ranges too wide to divide in single precision. */
 constexpr int kMaxDivisions = 1000;
 
-struct CairoDestroy {
-  void operator()(cairo_t *cr) const { cairo_destroy(cr); }
-};
-using CairoPtr = std::unique_ptr<cairo_t, CairoDestroy>;
-
-struct ObjectUnref {
-  void operator()(gpointer object) const { g_object_unref(object); }
-};
-using LayoutPtr = std::unique_ptr<PangoLayout, ObjectUnref>;
-
-struct GFree {
-  void operator()(gpointer p) const { g_free(p); }
-};
-using CharPtr = std::unique_ptr<gchar, GFree>;
+using kiv::CairoPtr;
+using kiv::CharPtr;
+using kiv::LayoutPtr;
 
 /* A markup text laid out for painting, with its logical size in pixels. */
 struct Text {
@@ -117,16 +107,38 @@ void gauge_letter_size(GtkWidget *widget, int *width, int *height) {
   pango_layout_get_pixel_size(layout.get(), width, height);
 }
 
-/* The end of the scale.  An empty range has no width to spread the 270
- * degrees over: its step would be infinite and every angle NaN.  Such a
- * gauge shows the range from xmin to xmin + 1, as the axis divisions treat
- * equal limits, widened for large values so that the end still differs
- * from xmin in single precision. */
-float gauge_upper(const KivGauge *gg) {
+/* The limits are kept in single precision.  A double beyond its range
+ * (the properties take up to DBL_MAX) is held at the largest float of its
+ * sign rather than overflowing to infinity. */
+float gauge_to_float(double v) {
+  return static_cast<float>(std::clamp(v, -static_cast<double>(FLT_MAX),
+                                       static_cast<double>(FLT_MAX)));
+}
+
+/* The limits of the scale shown.  An empty range has no width to spread
+ * the 270 degrees over: its step would be infinite and every angle NaN.
+ * Such a gauge shows the range from xmin to xmin + 1, as the axis
+ * divisions treat equal limits, widened for large values so that the end
+ * still differs from xmin in single precision (and reaching down from
+ * xmin where it would pass the largest float).  Limits that are not
+ * numbers or infinite (kiv_gauge_set_range takes any float) cannot be
+ * divided or mapped at all: the scale is then 0 to 1, as a chart shows
+ * such a range, while the value text still shows the value itself. */
+struct Scale {
+  float lo;
+  float hi;
+};
+
+Scale gauge_scale(const KivGauge *gg) {
+  if (!std::isfinite(gg->xmin) || !std::isfinite(gg->xmax))
+    return {0.0f, 1.0f};
   if (gg->xmax != gg->xmin)
-    return gg->xmax;
+    return {gg->xmin, gg->xmax};
   double span = std::max(1.0, std::fabs(static_cast<double>(gg->xmin)) / 65536.0);
-  return static_cast<float>(gg->xmin + span);
+  double end = gg->xmin + span;
+  if (end <= FLT_MAX)
+    return {gg->xmin, static_cast<float>(end)};
+  return {static_cast<float>(gg->xmin - span), gg->xmin};
 }
 
 /* Calls fn(x) for the divisions x = first + i * width up to last, the last
@@ -169,8 +181,8 @@ void gauge_update_scale(KivGauge *gg) {
   GtkWidget *widget = GTK_WIDGET(gg);
   GtkStyle *style = gtk_widget_get_style(widget);
   cairo_t *cr = priv->cairo;
-  const float lo = gg->xmin;
-  const float hi = gauge_upper(gg);
+  const Scale scale = gauge_scale(gg);
+  const float lo = scale.lo, hi = scale.hi;
 
   double mantisa, e;
   get_order_of_magnitude(lo, hi, 3.0, &mantisa, &e);
@@ -248,8 +260,10 @@ void gauge_update_scale(KivGauge *gg) {
   if (gg->title != NULL) {
     /* The title is the caller's markup and may be of any length: it is
      * formatted on the heap and shown in full, since cutting it to a fixed
-     * buffer could split a tag or a character and lose the whole text. */
-    CharPtr markup(g_strdup_printf("<b>%s</b>", gg->title));
+     * buffer could split a tag or a character and lose the whole text.
+     * A title that is not well-formed markup is shown as typed. */
+    CharPtr shown(_kiv_safe_markup(gg->title));
+    CharPtr markup(g_strdup_printf("<b>%s</b>", shown.get()));
     Text text = gauge_layout_text(widget, cr, priv->font_family, markup.get());
     row -= text.height + kRowGap;
     gauge_show_text(cr, text, ox - text.width / 2, row);
@@ -282,40 +296,45 @@ gboolean gauge_expose(GtkWidget *widget, GdkEventExpose *event) {
   return FALSE;
 }
 
+/* Places the dial in an area of the given size and makes the private
+ * image of that size.  Caller holds the private mutex. */
+void gauge_place(KivGauge *gg, int width, int height) {
+  KivGaugePrivate *priv = gg->priv;
+  if (priv->surface != NULL)
+    cairo_surface_destroy(priv->surface);
+  priv->surface = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height);
+
+  int w, h;
+  gauge_letter_size(GTK_WIDGET(gg), &w, &h);
+  priv->cdiag = std::sqrt(static_cast<double>(w * w + h * h));
+
+  double cx = width, cy = height;
+  double x_offset = 0.0, y_offset = 0.0;
+  if (gg->squared) {
+    if (cx > cy) {
+      x_offset = (cx - cy) / 2.0;
+      cx = cy;
+    } else {
+      y_offset = (cy - cx) / 2.0;
+      cy = cx;
+    }
+  }
+  priv->ox = cx / 2.0 + x_offset;
+  priv->oy = cy / 2.0 + y_offset;
+  priv->rx = priv->ry = std::min(cx / 2.0, cy / 2.0);
+  priv->cx = cx;
+  priv->cy = cy;
+}
+
 void gauge_size_allocate(GtkWidget *widget, GtkAllocation *allocation) {
   g_return_if_fail(KIV_IS_GAUGE(widget));
   g_return_if_fail(allocation != NULL);
   GTK_WIDGET_CLASS(kiv_gauge_parent_class)->size_allocate(widget, allocation);
 
   KivGauge *gg = KIV_GAUGE(widget);
-  KivGaugePrivate *priv = gg->priv;
   {
-    kiv::MutexLock lock(&priv->mutex);
-    if (priv->surface != NULL)
-      cairo_surface_destroy(priv->surface);
-    priv->surface =
-        cairo_image_surface_create(CAIRO_FORMAT_ARGB32, allocation->width, allocation->height);
-
-    int w, h;
-    gauge_letter_size(widget, &w, &h);
-    priv->cdiag = std::sqrt(static_cast<double>(w * w + h * h));
-
-    double cx = allocation->width, cy = allocation->height;
-    double x_offset = 0.0, y_offset = 0.0;
-    if (gg->squared) {
-      if (cx > cy) {
-        x_offset = (cx - cy) / 2.0;
-        cx = cy;
-      } else {
-        y_offset = (cy - cx) / 2.0;
-        cy = cx;
-      }
-    }
-    priv->ox = cx / 2.0 + x_offset;
-    priv->oy = cy / 2.0 + y_offset;
-    priv->rx = priv->ry = std::min(cx / 2.0, cy / 2.0);
-    priv->cx = cx;
-    priv->cy = cy;
+    kiv::MutexLock lock(&gg->priv->mutex);
+    gauge_place(gg, allocation->width, allocation->height);
   }
   if (gtk_widget_get_realized(widget))
     gauge_expose(widget, NULL);
@@ -343,10 +362,10 @@ static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue 
   KivGauge *gg = KIV_GAUGE(object);
   switch (prop_id) {
   case PROP_XMIN:
-    gg->xmin = static_cast<float>(g_value_get_double(value));
+    gg->xmin = gauge_to_float(g_value_get_double(value));
     break;
   case PROP_XMAX:
-    gg->xmax = static_cast<float>(g_value_get_double(value));
+    gg->xmax = gauge_to_float(g_value_get_double(value));
     break;
   case PROP_TITLE:
     kiv_gauge_set_title(gg, g_value_get_string(value));
@@ -511,7 +530,8 @@ KivTracer *kiv_gauge_get_tracer(KivGauge *gg) {
 }
 
 double gauge_get_phi(KivGauge *gg, double x) {
-  const double lo = gg->xmin, hi = gauge_upper(gg);
+  const Scale scale = gauge_scale(gg);
+  const double lo = scale.lo, hi = scale.hi;
   double v;
   if (x >= lo && x <= hi)
     v = x;
@@ -528,13 +548,19 @@ void gauge_paint(KivGauge *gg, cairo_t *cairo) {
   KivGaugePrivate *priv = gg->priv;
   GtkWidget *widget = GTK_WIDGET(gg);
 
+  /* Before its first allocation the gauge has neither a dial nor an image
+   * of its own: it is laid out at the size it asks for, as a chart draws
+   * its pictures before it has a size.  The request is measured before
+   * the mutex is taken. */
+  GtkRequisition req = {0, 0};
+  if (priv->surface == NULL)
+    gtk_widget_size_request(widget, &req);
+
   kiv::MutexLock lock(&priv->mutex);
-  if (!owned) {
-    /* Before its first allocation the gauge has no image to paint into. */
-    if (priv->surface == NULL)
-      return;
+  if (priv->surface == NULL)
+    gauge_place(gg, std::max(req.width, 1), std::max(req.height, 1));
+  if (!owned)
     owned.reset(cairo_create(priv->surface));
-  }
   cairo_t *cr = owned.get();
   priv->cairo = cr;
 

@@ -258,7 +258,10 @@ static void test_curves(void) {
   g_assert_null(kiv_chart1d_get_func(NULL, 0));
   kiv_expect_critical("kiv_chart1d_add_curve: assertion 'KIV_IS_CHART1D(h)' failed");
   kiv_chart1d_add_curve(NULL, a);
+  kiv_expect_critical("kiv_chart1d_add_curve: assertion 'KIV_IS_FUNCTION(f)' failed");
+  kiv_chart1d_add_curve(h, NULL);
   g_test_assert_expected_messages();
+  g_assert_cmpint(kiv_chart1d_get_n_func(h), ==, 1);
   g_object_unref(h);
   g_assert_cmpint(G_OBJECT(a)->ref_count, ==, 1);
   for (KivFunction *f : {a, b, c})

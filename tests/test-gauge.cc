@@ -227,7 +227,7 @@ void test_properties() {
   GtkRequisition req;
   gtk_widget_size_request(GTK_WIDGET(gg), &req);
   g_assert_true(req.width == int(xw * 17.5) && req.height == int(xw * 17.5));
-  /* Without an allocation there is no image of its own to paint into. */
+  /* Without an allocation it paints at the size it asks for. */
   gauge_paint(gg, NULL);
 }
 
