@@ -194,6 +194,17 @@ inline void run(const std::vector<Scenario *> &scenarios, double seconds) {
   }
 }
 
+/* A value that names its producer: producer p (1 to 3) fills 4 s + p for
+ * s = 1, 2, ..., so that a reader tells whose value it sees and in which
+ * order they came. */
+inline double tagged(int p, uint64_t s) {
+  return 4.0 * static_cast<double>(s) + p;
+}
+
+inline int tag_of(double v) {
+  return static_cast<int>(std::fmod(v, 4.0));
+}
+
 /* A small generator per thread, so that producers share no state. */
 struct Lcg {
   uint32_t state;
@@ -273,6 +284,29 @@ void g_mutex_unlock(GMutex *mutex) {
   __tsan_mutex_pre_unlock(mutex, 0);
   real(mutex);
   __tsan_mutex_post_unlock(mutex, 0);
+}
+
+/* A wait on a condition gives the mutex up and takes it back inside
+ * libglib, where the sanitizer does not see it: it is told so around the
+ * wait (Pango's font loading thread waits so, beside the main thread). */
+gboolean g_cond_wait_until(GCond *cond, GMutex *mutex, gint64 end_time) {
+  static auto real =
+      kivstress::glib_symbol<gboolean (*)(GCond *, GMutex *, gint64)>("g_cond_wait_until");
+  __tsan_mutex_pre_unlock(mutex, 0);
+  __tsan_mutex_post_unlock(mutex, 0);
+  gboolean signalled = real(cond, mutex, end_time);
+  __tsan_mutex_pre_lock(mutex, 0);
+  __tsan_mutex_post_lock(mutex, 0, 0);
+  return signalled;
+}
+
+void g_cond_wait(GCond *cond, GMutex *mutex) {
+  static auto real = kivstress::glib_symbol<void (*)(GCond *, GMutex *)>("g_cond_wait");
+  __tsan_mutex_pre_unlock(mutex, 0);
+  __tsan_mutex_post_unlock(mutex, 0);
+  real(cond, mutex);
+  __tsan_mutex_pre_lock(mutex, 0);
+  __tsan_mutex_post_lock(mutex, 0, 0);
 }
 
 } // extern "C"

@@ -17,6 +17,8 @@ namespace {
 
 using kivstress::Lcg;
 using kivstress::Scenario;
+using kivstress::tag_of;
+using kivstress::tagged;
 
 void count_signal(gpointer, gpointer data) {
   static_cast<std::atomic<uint64_t> *>(data)->fetch_add(1, std::memory_order_relaxed);
@@ -333,19 +335,11 @@ private:
 
 /* --- Tracer: fills against new lengths ---------------------------------- */
 
-/* Producers tag their values: producer p fills 4 s + p for s = 1, 2, ...
- * (p from 1 to 3).  The history is the latest fills in the order the lock
- * let them in, so each producer's values in it are consecutive and
- * increasing.  The controller shortens the ring only through "nx", which
- * empties it, and lengthens it through the resize wrapper, which keeps the
- * history in order. */
-double tagged(int p, uint64_t s) {
-  return 4.0 * static_cast<double>(s) + p;
-}
-
-int tag_of(double v) {
-  return static_cast<int>(fmod(v, 4.0));
-}
+/* Producers tag their values (kivstress::tagged).  The history is the
+ * latest fills in the order the lock let them in, so each producer's values
+ * in it are consecutive and increasing.  The controller shortens the ring
+ * only through "nx", which empties it, and lengthens it through the resize
+ * wrapper, which keeps the history in order. */
 
 constexpr int kLengths[] = {17, 40, 64};
 
