@@ -148,18 +148,16 @@ void chart1d_draw_pixmap(KivChart1D *h) {
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
 
   kiv::CurveColorCycle colors(c->curve_colors, &h->colors[KIV_COLOR_CURVE]);
+  KivChart1DPrivate *priv = chart1d_private(h);
+  /* A filled curve keeps every point: the fill is the polygon itself. */
+  bool reduce = !(h->attr & KIV_FILLED) && !priv->full_outline;
+  priv->outline_points = 0;
   int ntuples = _kiv_chart1d_n_tuples(h);
   for (int i = 0; i < ntuples; i++) {
     std::unique_ptr<KivPoint, kiv::GFree> px(canvas_transform_tuple(c, &h->xpt[i]));
     kiv::set_source_color(cr, colors.next());
     cairo_new_path(cr);
-    for (int k = 0; k < h->xpt[i].n; k++) {
-      /* A NaN in the data, or an x beyond any pixel, has no place on the
-       * canvas: the outline goes on from the previous point to the next. */
-      if (!std::isfinite(px.get()[k].x) || !std::isfinite(px.get()[k].y))
-        continue;
-      cairo_line_to(cr, px.get()[k].x, px.get()[k].y);
-    }
+    priv->outline_points += chart1d_outline_path(cr, px.get(), h->xpt[i].n, reduce);
     if (h->attr & KIV_FILLED)
       cairo_fill_preserve(cr);
     cairo_stroke(cr);
@@ -178,8 +176,8 @@ void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {
     g_snprintf(hex, sizeof hex, "#%02x%02x%02x", col.red >> 8, col.green >> 8, col.blue >> 8);
     gchar *name = NULL;
     g_object_get(l->data, "name", &name, NULL);
-    g_string_append_printf(text, "<span foreground=\"%s\">%s</span>\n", hex,
-                           name != NULL ? name : "[unnamed]");
+    kiv::CharPtr shown(_kiv_safe_markup(name != NULL ? name : "[unnamed]"));
+    g_string_append_printf(text, "<span foreground=\"%s\">%s</span>\n", hex, shown.get());
     g_free(name);
   }
   pango_layout_set_markup(layout, text->str, -1);
@@ -389,9 +387,10 @@ void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx) {
   }
   cairo_stroke(cr);
 
-  kiv::CharPtr text(scale != 1.0 ? g_strdup_printf("<b>%s</b>  x10<sup>%d</sup>", title,
+  kiv::CharPtr shown(_kiv_safe_markup(title));
+  kiv::CharPtr text(scale != 1.0 ? g_strdup_printf("<b>%s</b>  x10<sup>%d</sup>", shown.get(),
                                                    kiv::trunc_to_int(std::log10(scale)))
-                                 : g_strdup_printf("<b>%s</b>", title));
+                                 : g_strdup_printf("<b>%s</b>", shown.get()));
   PangoRectangle r;
   _kiv_get_layout_extent(widget, cr, text.get(), &r, c->text_font);
   /* The x title sits on the bottom edge of the widget's allocation, which

@@ -115,6 +115,12 @@ void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx);
 /* Fills the layout with one line per curve, name in the curve's colour. */
 void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout);
 
+/* A caller's text (a title, a curve name) as markup to be put inside the
+ * library's own: the text itself when it is well-formed markup, otherwise
+ * the text escaped, so that "R&D" or "<b" shows as typed.  Free with
+ * g_free(). */
+gchar *_kiv_safe_markup(const char *text);
+
 /* Colours: store and allocate one chart colour, hand foreground and
  * background to the widget's style, allocate the curve colours. */
 void chart1d_set_color(KivChart1D *h, int i, GdkColor *col);
@@ -179,6 +185,27 @@ void on_kiv_as_text(GtkWidget *w, KivChart1D *h);
  * dialogs. */
 GtkWidget *_kiv_chart1d_new_dialog(const char *title);
 
+/* The chart's private record. */
+struct KivChart1DPrivate {
+  /* Number of point arrays in xpt: the number of curves when they were
+   * fetched, which curves added or removed since do not change. */
+  int nxpt;
+  /* Strokes every point of every curve, as a check of the reduced
+   * outlines (_kiv_chart1d_set_full_outline()). */
+  gboolean full_outline;
+  /* Points of the curves' outlines handed to cairo by the last redraw. */
+  int outline_points;
+};
+KivChart1DPrivate *chart1d_private(KivChart1D *h);
+
+/* Adds the outline through the pixel points px[0 .. n-1], those with a
+ * coordinate that is not finite left out, to cr's path for a stroke with
+ * round joins.  With reduce, a step outline of many more points than pixel
+ * columns that is drawn into an image is cut down to the pieces that shape
+ * the stroke, whose picture stays the same pixel for pixel (see
+ * kivchart1d-outline.cc).  Returns the number of points added. */
+int chart1d_outline_path(cairo_t *cr, const KivPoint *px, int n, bool reduce);
+
 /* Replaces the point arrays of the last redraw by n empty ones (h->xpt),
  * remembering their number so that they are released exactly. */
 KivTuple *_kiv_chart1d_new_tuples(KivChart1D *h, int n);
@@ -198,5 +225,21 @@ gboolean _kiv_chart1d_is_squared(KivChart1D *h);
 /* The pixel size of the chart's pictures: its allocation, or, for a chart
  * that has never been allocated one, the size it requests. */
 void _kiv_chart1d_picture_size(KivChart1D *h, int *width, int *height);
+
+/* The suffix rules of the "Print..." dialog, without its questions, so
+ * that they can be checked apart from GTK.  The check tells whether the
+ * file name's suffix fits the picture format, or is missing, or fits
+ * another; the name with the format's suffix appended is ".jpg" for JPEG
+ * and "." and the format for the others (g_free() it). */
+enum { KIV_SUFFIX_FITS, KIV_SUFFIX_MISSING, KIV_SUFFIX_WRONG };
+G_BEGIN_DECLS
+/* Test hooks of the reduced outlines: stroke every point of the chart's
+ * curves (or again the reduced outlines), and the number of points the
+ * last redraw handed to cairo for them. */
+KIV_API void _kiv_chart1d_set_full_outline(KivChart1D *h, gboolean full);
+KIV_API int _kiv_chart1d_outline_points(KivChart1D *h);
+KIV_API int _kiv_picture_suffix_check(const char *name, const char *format);
+KIV_API gchar *_kiv_picture_name_with_suffix(const char *name, const char *format);
+G_END_DECLS
 
 #endif /* KIV_CHART1D_PRIVATE_H */
