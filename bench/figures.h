@@ -1,6 +1,5 @@
-/* figures.h: the figures of the benchmark suite, each printing one table.
- * The drawing figures (charts against matplotlib) are to join these, in a
- * file of their own, once the chart widgets are complete. */
+/* figures.h: the figures of the benchmark suite, each printing one table:
+ * the fill figures (fill.cc) and the drawing figures (draw.cc). */
 #ifndef KIV_BENCH_FIGURES_H
 #define KIV_BENCH_FIGURES_H
 
@@ -14,6 +13,14 @@ void figure_fill(const Options &o);
 void figure_batch(const Options &o);
 /* Figure 3: several producer threads filling one histogram. */
 void figure_contention(const Options &o);
+/* Figure 4: redraw of a one-dimensional chart against matplotlib's stairs. */
+void figure_redraw_1d(const Options &o);
+/* Figure 5: redraw of a two-dimensional chart against matplotlib's
+ * pcolormesh. */
+void figure_redraw_2d(const Options &o);
+/* Figure 6: producers filling beside a live chart, and the chart's memory
+ * over many redraws. */
+void figure_live(const Options &o);
 
 } // namespace kivbench
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
@@ -135,7 +136,9 @@ void check_goal(Table &table, const std::string &figure, const std::string &goal
   std::string detail = format("measured %.2f, goal %s %.2f", measured, rel, bound);
   if (!met) {
     double factor = want == Want::AtMost ? measured / bound : bound / measured;
-    detail += format(": missed by a factor %.2f", factor);
+    /* A bound of 0 has no factor: the miss is the distance. */
+    detail += bound == 0.0 ? format(": missed by %.2f", std::fabs(measured))
+                           : format(": missed by a factor %.2f", factor);
   }
   table.note(format("goal: %s -- %s -- %s", goal.c_str(), detail.c_str(), met ? "MET" : "MISSED"));
   if (!met && !why.empty())

@@ -21,6 +21,9 @@ const kivbench::Figure kFigures[] = {
     {"1", "fill, one thread", kivbench::figure_fill},
     {"2", "batch fill", kivbench::figure_batch},
     {"3", "contention", kivbench::figure_contention},
+    {"4", "redraw, one-dimensional chart", kivbench::figure_redraw_1d},
+    {"5", "redraw, two-dimensional chart", kivbench::figure_redraw_2d},
+    {"6", "live chart beside producers", kivbench::figure_live},
 };
 
 void print_setting(const kivbench::Options &o) {
@@ -64,7 +67,8 @@ int main(int argc, char **argv) {
        "ID"},
       {NULL, 0, 0, G_OPTION_ARG_NONE, NULL, NULL, NULL},
   };
-  GOptionContext *ctx = g_option_context_new("- libgtkkiv against GSL and Boost.Histogram");
+  GOptionContext *ctx =
+      g_option_context_new("- libgtkkiv against GSL, Boost.Histogram and matplotlib");
   g_option_context_add_main_entries(ctx, entries, NULL);
   GError *err = NULL;
   bool parsed = g_option_context_parse(ctx, &argc, &argv, &err);
