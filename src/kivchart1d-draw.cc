@@ -106,18 +106,26 @@ void chart1d_draw_frame(KivChart1D *h) {
     c->ymax = -DBL_MAX;
   }
 
+  /* Filled curves keep every point (the fill is the polygon itself), and
+   * so do curves on a logarithmic x axis, whose points are not spread
+   * evenly over the pixel columns. */
+  KivChart1DPrivate *priv = chart1d_private(h);
+  bool reducible = !(h->attr & KIV_FILLED) && !logx && !priv->every_point;
+  int columns = c->surface != NULL ? cairo_image_surface_get_width(c->surface) : 0;
   KivTuple *tuples = _kiv_chart1d_new_tuples(h, static_cast<int>(g_list_length(h->curves)));
   int i = 0;
   for (GList *l = h->curves; l != NULL; l = l->next, i++) {
     KivTuple *t = &tuples[i];
-    t->n = 0;
-    t->P = NULL;
-    kiv_function_get_array(KIV_FUNCTION(l->data), t, h->xmin, h->xmax);
-
-    /* An outline does not drop to the base line at its two ends. */
-    if (!(h->attr & KIV_FILLED) && t->n >= 2) {
-      t->P[0].y = t->P[1].y;
-      t->P[t->n - 1].y = t->P[t->n - 2].y;
+    KivFunction *f = KIV_FUNCTION(l->data);
+    priv->reduced[i] = reducible && chart1d_reduce_curve(f, t, h->xmin, h->xmax, columns);
+    if (!priv->reduced[i]) {
+      kiv_function_get_array(f, t, h->xmin, h->xmax);
+      /* An outline does not drop to the base line at its two ends (a
+       * reduced curve comes levelled). */
+      if (!(h->attr & KIV_FILLED) && t->n >= 2) {
+        t->P[0].y = t->P[1].y;
+        t->P[t->n - 1].y = t->P[t->n - 2].y;
+      }
     }
 
     for (int k = 0; k < t->n; k++) {
@@ -142,29 +150,32 @@ void chart1d_draw_frame(KivChart1D *h) {
 void chart1d_draw_pixmap(KivChart1D *h) {
   KivCanvas *c = h->cnvs;
   cairo_t *cr = c->cairo;
-  double saved_width = cairo_get_line_width(cr);
-  cairo_line_join_t saved_join = cairo_get_line_join(cr);
+  cairo_save(cr);
   cairo_set_line_width(cr, c->line_width);
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
 
   kiv::CurveColorCycle colors(c->curve_colors, &h->colors[KIV_COLOR_CURVE]);
-  KivChart1DPrivate *priv = chart1d_private(h);
-  /* A filled curve keeps every point: the fill is the polygon itself. */
-  bool reduce = !(h->attr & KIV_FILLED) && !priv->full_outline;
-  priv->outline_points = 0;
   int ntuples = _kiv_chart1d_n_tuples(h);
   for (int i = 0; i < ntuples; i++) {
-    std::unique_ptr<KivPoint, kiv::GFree> px(canvas_transform_tuple(c, &h->xpt[i]));
     kiv::set_source_color(cr, colors.next());
+    if (_kiv_chart1d_tuple_reduced(h, i)) {
+      chart1d_paint_reduced(cr, c, &h->xpt[i]);
+      continue;
+    }
+    std::unique_ptr<KivPoint, kiv::GFree> px(canvas_transform_tuple(c, &h->xpt[i]));
     cairo_new_path(cr);
-    priv->outline_points += chart1d_outline_path(cr, px.get(), h->xpt[i].n, reduce);
+    chart1d_outline_path(cr, px.get(), h->xpt[i].n);
     if (h->attr & KIV_FILLED)
       cairo_fill_preserve(cr);
     cairo_stroke(cr);
   }
 
-  cairo_set_line_join(cr, saved_join);
-  cairo_set_line_width(cr, saved_width);
+  /* The source colour is the last curve's, as the steps after this one
+   * expect; only line width and join go back. */
+  cairo_pattern_t *source = cairo_pattern_reference(cairo_get_source(cr));
+  cairo_restore(cr);
+  cairo_set_source(cr, source);
+  cairo_pattern_destroy(source);
 }
 
 void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {

@@ -190,27 +190,38 @@ struct KivChart1DPrivate {
   /* Number of point arrays in xpt: the number of curves when they were
    * fetched, which curves added or removed since do not change. */
   int nxpt;
-  /* Strokes every point of every curve, as a check of the reduced
-   * outlines (_kiv_chart1d_set_full_outline()). */
-  gboolean full_outline;
-  /* Points of the curves' outlines handed to cairo by the last redraw. */
-  int outline_points;
+  /* Which of them hold a reduced curve (kivchart1d-reduce.cc), nxpt
+   * flags allocated with them. */
+  gboolean *reduced;
+  /* Draws every point of every curve, as the reference of the reduced
+   * ones (_kiv_chart1d_set_every_point()). */
+  gboolean every_point;
 };
 KivChart1DPrivate *chart1d_private(KivChart1D *h);
 
 /* Adds the outline through the pixel points px[0 .. n-1], those with a
- * coordinate that is not finite left out, to cr's path for a stroke with
- * round joins.  With reduce, a step outline of many more points than pixel
- * columns that is drawn into an image is cut down to the pieces that shape
- * the stroke, whose picture stays the same pixel for pixel (see
- * kivchart1d-outline.cc).  Returns the number of points added. */
-int chart1d_outline_path(cairo_t *cr, const KivPoint *px, int n, bool reduce);
+ * coordinate that is not finite left out, to cr's path.  Returns the
+ * number of points added. */
+int chart1d_outline_path(cairo_t *cr, const KivPoint *px, int n);
+
+/* A curve of many more points in [xmin, xmax] than the canvas has pixel
+ * columns (columns), cut down to four points per bucket of adjacent
+ * points: the first and the last, the lowest and the highest level.  Its
+ * levels give the y range that every point would give.  FALSE, with t
+ * empty, when the curve is to be drawn point by point. */
+gboolean chart1d_reduce_curve(KivFunction *f, KivTuple *t, double xmin, double xmax,
+                              int columns);
+/* Draws a reduced curve (data coordinates) with the line width and the
+ * source colour of cr. */
+void chart1d_paint_reduced(cairo_t *cr, KivCanvas *c, KivTuple *t);
 
 /* Replaces the point arrays of the last redraw by n empty ones (h->xpt),
  * remembering their number so that they are released exactly. */
 KivTuple *_kiv_chart1d_new_tuples(KivChart1D *h, int n);
 void _kiv_chart1d_release_tuples(KivChart1D *h);
 int _kiv_chart1d_n_tuples(KivChart1D *h);
+/* Whether point array i of the last redraw holds a reduced curve. */
+gboolean _kiv_chart1d_tuple_reduced(KivChart1D *h, int i);
 
 /* The two-dimensional chart derives from this class in its own source
  * file; the layout and the axes only need to know whether an instance is
@@ -233,11 +244,9 @@ void _kiv_chart1d_picture_size(KivChart1D *h, int *width, int *height);
  * and "." and the format for the others (g_free() it). */
 enum { KIV_SUFFIX_FITS, KIV_SUFFIX_MISSING, KIV_SUFFIX_WRONG };
 G_BEGIN_DECLS
-/* Test hooks of the reduced outlines: stroke every point of the chart's
- * curves (or again the reduced outlines), and the number of points the
- * last redraw handed to cairo for them. */
-KIV_API void _kiv_chart1d_set_full_outline(KivChart1D *h, gboolean full);
-KIV_API int _kiv_chart1d_outline_points(KivChart1D *h);
+/* Test hook of the reduced curves: draw every point of the chart's curves
+ * (or again reduce those that are worth it). */
+KIV_API void _kiv_chart1d_set_every_point(KivChart1D *h, gboolean every);
 KIV_API int _kiv_picture_suffix_check(const char *name, const char *format);
 KIV_API gchar *_kiv_picture_name_with_suffix(const char *name, const char *format);
 G_END_DECLS

@@ -241,12 +241,24 @@ void chart1d_draw_canvas(KivChart1D *h, cairo_t *cr) {
 KivTuple *_kiv_chart1d_new_tuples(KivChart1D *h, int n) {
   _kiv_chart1d_release_tuples(h);
   h->xpt = n > 0 ? g_new0(KivTuple, n) : NULL;
-  chart1d_private(h)->nxpt = n;
+  KivChart1DPrivate *priv = chart1d_private(h);
+  priv->nxpt = n;
+  priv->reduced = n > 0 ? g_new0(gboolean, n) : NULL;
   return h->xpt;
 }
 
 int _kiv_chart1d_n_tuples(KivChart1D *h) {
   return h->xpt != NULL ? chart1d_private(h)->nxpt : 0;
+}
+
+gboolean _kiv_chart1d_tuple_reduced(KivChart1D *h, int i) {
+  KivChart1DPrivate *priv = chart1d_private(h);
+  return h->xpt != NULL && i >= 0 && i < priv->nxpt && priv->reduced[i];
+}
+
+void _kiv_chart1d_set_every_point(KivChart1D *h, gboolean every) {
+  g_return_if_fail(KIV_IS_CHART1D(h));
+  chart1d_private(h)->every_point = every;
 }
 
 void _kiv_chart1d_release_tuples(KivChart1D *h) {
@@ -256,6 +268,8 @@ void _kiv_chart1d_release_tuples(KivChart1D *h) {
       kiv_function_clear_tuple(&h->xpt[i]);
     g_free(h->xpt);
   }
+  g_free(priv->reduced);
+  priv->reduced = NULL;
   h->xpt = NULL;
   priv->nxpt = 0;
 }

@@ -223,7 +223,12 @@ typedef struct _KivChart1DClass KivChart1DClass;
  *   function first; the chart holds one reference on each
  * @evt: the pointer state shown by the read-out
  * @xpt: (nullable): the point arrays fetched by the last redraw, one per
- *   curve, or %NULL
+ *   curve, or %NULL.  An unfilled curve on a linear x axis with more than
+ *   four points per pixel column of the chart is reduced: its array holds
+ *   four points per bucket of adjacent points (sixteen buckets per column),
+ *   the first point, the lowest and the highest level where they occur and
+ *   the last point, so that its y range is exactly that of every point.
+ *   Other curves hold every point, histograms as a step outline
  * @xtitle: (nullable): the title of the x axis, Pango markup
  * @ytitle: (nullable): the title of the y axis, Pango markup
  * @tmout: the source id of the monitoring timer, -1 when there is none
