@@ -5,6 +5,8 @@
  * around their fills, as for every data object. */
 #include "histogram2d.h"
 #include "kiv-private.h"
+#include "function-private.h"
+#include "stats-private.h"
 
 #include <algorithm>
 #include <cmath>
@@ -172,10 +174,10 @@ void histogram2d_lend(KivHistogram2D *self, double *p) {
 
 void histogram2d_fill_real(KivHistogram2D *self, double x, double y, double w) {
   KivFunction *X = histogram2d_x(self), *Y = histogram2d_y(self);
-  int ix = kiv_function_find_bin(X, x);
+  int ix = kiv::bin_of(x, X->xmin, X->step, X->nbin);
   if (ix < 0 || ix >= X->nbin)
     return;
-  int iy = kiv_function_find_bin(Y, y);
+  int iy = kiv::bin_of(y, Y->xmin, Y->step, Y->nbin);
   if (iy < 0 || iy >= Y->nbin)
     return;
   int64_t b = histogram2d_index(self, ix, iy);
@@ -193,7 +195,7 @@ void histogram2d_fill_real(KivHistogram2D *self, double x, double y, double w) {
   }
   self->y[b] = v;
   histogram2d_widen(self, v);
-  kiv_stats_add(self->stat, x, y, w);
+  kiv::stats_add(self->stat, x, y, w);
 }
 
 void histogram2d_reset_real(KivHistogram2D *self) {
@@ -386,9 +388,16 @@ void kiv_histogram2d_fill_n(KivHistogram2D *h2d, const double *x, const double *
   /* An empty batch is zero fills, so it emits nothing. */
   if (n == 0)
     return;
+  /* The class's own fill is called directly, where the compiler folds it
+   * into the loop: about twice the rate of a call through the slot. */
   auto fill = KIV_HISTOGRAM2D_GET_CLASS(h2d)->fill;
-  for (gsize i = 0; i < n; i++)
-    fill(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);
+  if (fill == histogram2d_fill_real) {
+    for (gsize i = 0; i < n; i++)
+      histogram2d_fill_real(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);
+  } else {
+    for (gsize i = 0; i < n; i++)
+      fill(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);
+  }
   g_signal_emit(h2d, histogram2d_signals[CHANGED], 0);
 }
 

@@ -7,8 +7,25 @@
 #include <glib.h>
 
 #include <utility>
+#include <vector>
 
 namespace kiv {
+
+/* A nonzero cell as the frame step read it: its content, its entry in
+ * dindex and its cell number. */
+struct SortedCell {
+  double value;
+  int entry;
+  int cell;
+};
+
+/* Puts cells[0 .. n-1] (no NaN among them) in increasing order of value
+ * when no two values are equal, and returns true; the order is then the
+ * only one there is, the one chart2d_index_sort() gives too.  With equal
+ * values it returns false and leaves cells as they were, for that sort to
+ * decide the order of the equals.  scratch is reused from call to call. */
+bool chart2d_sort_distinct(std::vector<SortedCell> &cells, int n,
+                           std::vector<SortedCell> &scratch);
 
 /* Ranges of up to this many entries are put in order by straight
  * insertion rather than partitioned. */

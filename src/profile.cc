@@ -2,6 +2,8 @@
  * a second variable, with its weight sum and mean square per bin. */
 #include "profile.h"
 #include "kiv-private.h"
+#include "function-private.h"
+#include "stats-private.h"
 
 #include <algorithm>
 #include <cmath>
@@ -56,7 +58,7 @@ void prof_range_changed(KivProfile *self, gpointer) {
 void prof_fill(KivProfile *p, double x, double y, double w) {
   KivHistogram *h = &p->H;
   KivFunction *f = &h->parent;
-  int b = kiv_function_find_bin(f, x);
+  int b = kiv::bin_of(x, f->xmin, f->step, f->nbin);
   if (b < 0 || b >= f->nbin || b >= prof_private(p)->nalloc)
     return;
 
@@ -74,7 +76,7 @@ void prof_fill(KivProfile *p, double x, double y, double w) {
   }
   p->n[b] = N;
 
-  kiv_stats_add(h->stat, x, y, w);
+  kiv::stats_add(h->stat, x, y, w);
   if (h->y[b] > h->vmax)
     h->vmax = h->y[b];
   if (h->y[b] < h->vmin)

@@ -1,5 +1,6 @@
 /* stats.cc: KivStats, weighted running sums of one or two variables. */
 #include "stats.h"
+#include "stats-private.h"
 #include "kiv-private.h"
 
 #include <cmath>
@@ -107,17 +108,7 @@ KivStats *kiv_stats_new(void) {
 
 void kiv_stats_add(KivStats *self, double x, double y, double w) {
   g_return_if_fail(self != NULL);
-  self->nc += w;
-  const double v[2] = {x, y};
-  for (int i = 0; i < 2; i++) {
-    self->s[i] += w * v[i];
-    self->s[i + 2] += w * v[i] * v[i];
-    if (v[i] > self->xmax[i])
-      self->xmax[i] = v[i];
-    if (v[i] < self->xmin[i])
-      self->xmin[i] = v[i];
-  }
-  self->s[4] += w * x * y;
+  kiv::stats_add(self, x, y, w);
 }
 
 void kiv_stats_reset(KivStats *self) {

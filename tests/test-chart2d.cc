@@ -729,6 +729,36 @@ static void test_frame_order(void) {
   g_rand_free(rand);
 }
 
+/* Distinct contents take another way to their order, and a redraw of
+ * unchanged contents keeps the index; both must give the order of the
+ * index sort, also after a write into the cells that no fill announced. */
+static void test_frame_order_distinct(void) {
+  GRand *rand = g_rand_new_with_seed(6);
+  KivHistogram2D *hist = histogram_of(300, 200);
+  for (int b = 0; b < 300 * 200; b++)
+    hist->y[b] = b % 7 == 0 ? 0.0 : g_rand_double_range(rand, -1000.0, 1000.0);
+  KivChart2D *h = KIV_CHART2D(g_object_ref_sink(kiv_chart2d_new(hist)));
+  int stack[128];
+  for (int round = 0; round < 4; round++) {
+    if (round == 2)
+      hist->y[10] = 5000.0;
+    if (round == 3)
+      hist->y[11] = hist->y[12];
+    g_object_unref(read_pixmap(h));
+    std::vector<double> keys;
+    for (int b = 0; b < 300 * 200; b++)
+      if (hist->y[b] != 0.0)
+        keys.push_back(hist->y[b]);
+    g_assert_cmpint(h->nindx, ==, static_cast<int>(keys.size()));
+    std::vector<int> want = sorted_entries(keys, stack, 128);
+    g_assert_true(std::equal(want.begin(), want.end(), h->dkey));
+  }
+  g_assert_cmpfloat(KIV_CHART1D(h)->cnvs->zmax, ==, 5000.0);
+  g_object_unref(h);
+  g_object_unref(hist);
+  g_rand_free(rand);
+}
+
 /* Cells holding NaN or an infinity, as a lent array may: NaN counts as
  * nonzero but is ordered after every value; the range is that of the
  * finite contents, and such cells are never drawn. */
@@ -1273,6 +1303,7 @@ int main(int argc, char **argv) {
   g_test_add_func("/chart2d/frame/index", test_frame_index);
   g_test_add_func("/chart2d/frame/range", test_frame_range);
   g_test_add_func("/chart2d/frame/order", test_frame_order);
+  g_test_add_func("/chart2d/frame/order-distinct", test_frame_order_distinct);
   g_test_add_func("/chart2d/frame/nan-inf", test_frame_nan_inf);
   g_test_add_func("/chart2d/picture/cell-colors", test_cell_colors);
   g_test_add_func("/chart2d/picture/definition", test_picture_matches_definition);
