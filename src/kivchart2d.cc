@@ -36,6 +36,18 @@ struct KivChart2DPrivate {
    * a millisecond where ordering a million cells costs a hundred. */
   std::vector<double> indexed;
   int nsorted = 0;
+  /* Whether the last frame step kept the index of the one before. */
+  bool index_kept = false;
+  /* The image before and after the cells of the last redraw were painted
+   * into it, and what the painting depended on: a redraw of an unchanged
+   * map into an unchanged picture copies the cells' pixels back instead of
+   * painting a million cells again (pointer motion redraws the chart):
+   * 2 ms instead of 65 for 1000 x 1000 cells (figure 5). */
+  struct PaintedCells {
+    std::vector<double> inputs;
+    std::vector<guint32> before, after;
+    int last = -1; /* colour of the last cell painted */
+  } painted;
 };
 
 enum {
@@ -285,7 +297,8 @@ void chart2d_draw_frame(KivChart1D *h) {
   KivChart2DPrivate *priv = chart2d_private(h2);
   h2->ntot = ntot;
   c->zmin = c->zmax = 0.0;
-  if (!chart2d_index_current(h2, cells, ntot)) {
+  priv->index_kept = chart2d_index_current(h2, cells, ntot);
+  if (!priv->index_kept) {
     priv->sorted.clear();
     priv->nsorted = chart2d_build_index(h2, cells, ntot);
   }
@@ -606,6 +619,44 @@ void chart2d_draw_color_scale(KivChart2D *h, cairo_t *cr) {
 
 /* The cells, in increasing order of content, with the contents the frame
  * step ordered them by. */
+/* Everything that the cells painted into an image depend on besides the
+ * index and the picture under them. */
+std::vector<double> chart2d_paint_inputs(KivChart2D *h, double sx, double sy, int n,
+                                         cairo_surface_t *image) {
+  const KivCanvas *c = KIV_CHART1D(h)->cnvs;
+  std::vector<double> in = {c->zmin,
+                            c->zmax,
+                            sx,
+                            sy,
+                            double(c->px0),
+                            double(c->py0),
+                            double(cairo_image_surface_get_width(image)),
+                            double(cairo_image_surface_get_height(image)),
+                            double(cairo_image_surface_get_stride(image)),
+                            double(n),
+                            double(h->ncol)};
+  for (int i = 0; i < h->ncol; i++)
+    in.insert(in.end(), {double(h->colorlst[i].red), double(h->colorlst[i].green),
+                         double(h->colorlst[i].blue)});
+  return in;
+}
+
+/* Puts back the cells of the last redraw when nothing they depend on has
+ * changed, the picture under them included; returns whether it did. */
+bool chart2d_repaint_cells(KivChart2D *h, const std::vector<double> &inputs, guint32 *data,
+                           size_t pixels, cairo_t *cr) {
+  KivChart2DPrivate *priv = chart2d_private(h);
+  KivChart2DPrivate::PaintedCells &p = priv->painted;
+  if (!priv->index_kept || p.inputs != inputs || p.before.size() != pixels ||
+      std::memcmp(p.before.data(), data, pixels * sizeof(guint32)) != 0)
+    return false;
+  std::copy(p.after.begin(), p.after.end(), data);
+  cairo_surface_mark_dirty(cairo_get_target(cr));
+  if (p.last >= 0)
+    kiv::set_source_color(cr, h->colorlst[p.last]);
+  return true;
+}
+
 void chart2d_draw_cells(KivChart2D *h, cairo_t *cr) {
   KivChart1D *h1 = KIV_CHART1D(h);
   KivCanvas *c = h1->cnvs;
@@ -621,24 +672,37 @@ void chart2d_draw_cells(KivChart2D *h, cairo_t *cr) {
   double sy = c->ystp * f2->Y->step;
   int width = std::max(1, kiv::trunc_to_int(1 + sx));
   int height = std::max(1, kiv::trunc_to_int(1 + sy));
+  KivChart2DPrivate *priv = chart2d_private(h);
+  const std::vector<SortedCell> &sorted = priv->sorted;
+  int n = std::min(h->nindx, static_cast<int>(sorted.size()));
 
+  /* An image drawn to directly: its pixels can be kept and put back, and
+   * cells of one pixel painted into it here. */
   const PixelCellPainter &painter = PixelCellPainter::get();
-  bool direct = width == 1 && height == 1 && painter.usable() && PixelCellPainter::applies(cr);
-  std::vector<PixelCellPainter::Ink> inks;
+  bool image = PixelCellPainter::applies(cr);
+  bool direct = image && width == 1 && height == 1 && painter.usable();
+  cairo_surface_t *target = cairo_get_target(cr);
   guint32 *data = NULL;
   int stride = 0, iw = 0, ih = 0;
-  cairo_surface_t *target = cairo_get_target(cr);
-  if (direct) {
-    inks = painter.inks_of(h->colorlst, h->ncol);
+  size_t pixels = 0;
+  std::vector<double> inputs;
+  if (image) {
     cairo_surface_flush(target);
     data = reinterpret_cast<guint32 *>(cairo_image_surface_get_data(target));
     stride = cairo_image_surface_get_stride(target) / 4;
     iw = cairo_image_surface_get_width(target);
     ih = cairo_image_surface_get_height(target);
+    pixels = static_cast<size_t>(stride) * ih;
+    inputs = chart2d_paint_inputs(h, sx, sy, n, target);
+    if (chart2d_repaint_cells(h, inputs, data, pixels, cr))
+      return;
+    priv->painted.inputs.clear();
+    priv->painted.before.assign(data, data + pixels);
   }
+  std::vector<PixelCellPainter::Ink> inks;
+  if (direct)
+    inks = painter.inks_of(h->colorlst, h->ncol);
 
-  const std::vector<SortedCell> &sorted = chart2d_private(h)->sorted;
-  int n = std::min(h->nindx, static_cast<int>(sorted.size()));
   int last = -1;
   for (int k = 0; k < n; k++) {
     int b = sorted[k].cell;
@@ -666,6 +730,12 @@ void chart2d_draw_cells(KivChart2D *h, cairo_t *cr) {
     /* cairo would have left the colour of the last cell as the source. */
     if (last >= 0)
       kiv::set_source_color(cr, h->colorlst[last]);
+  }
+  if (image) {
+    cairo_surface_flush(target);
+    priv->painted.inputs = std::move(inputs);
+    priv->painted.after.assign(data, data + pixels);
+    priv->painted.last = last;
   }
 }
 

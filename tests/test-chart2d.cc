@@ -10,6 +10,7 @@
 #include <cmath>
 #include <numeric>
 #include <string>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -759,6 +760,58 @@ static void test_frame_order_distinct(void) {
   g_rand_free(rand);
 }
 
+namespace {
+
+bool same_picture(GdkPixbuf *a, GdkPixbuf *b) {
+  size_t len = static_cast<size_t>(gdk_pixbuf_get_rowstride(a)) * gdk_pixbuf_get_height(a);
+  return gdk_pixbuf_get_rowstride(a) == gdk_pixbuf_get_rowstride(b) &&
+         gdk_pixbuf_get_height(a) == gdk_pixbuf_get_height(b) &&
+         std::memcmp(gdk_pixbuf_get_pixels(a), gdk_pixbuf_get_pixels(b), len) == 0;
+}
+
+} // namespace
+
+/* A redraw of unchanged cells puts back the pixels of the last one; they
+ * must be those a chart drawing the map afresh paints, for cells of one
+ * pixel and of many, and must follow a write no fill announced and a new
+ * colour range at once. */
+static void test_repainted_cells(void) {
+  for (int n : {1000, 40}) {
+    KivHistogram2D *hist = histogram_of(n, n);
+    for (int b = 0; b < n * n; b++)
+      hist->y[b] = (b * 7919) % 1009;
+    Shown s(plain_chart(hist), 400, 300);
+    GdkPixbuf *first = read_pixmap(s.chart2d);
+    GdkPixbuf *again = read_pixmap(s.chart2d);
+    g_assert_true(same_picture(first, again));
+    {
+      Shown other(plain_chart(hist), 400, 300);
+      GdkPixbuf *theirs = read_pixmap(other.chart2d);
+      g_assert_true(same_picture(again, theirs));
+      g_object_unref(theirs);
+    }
+    hist->y[n * n / 2 + n / 2] = 5000.0;
+    GdkPixbuf *written = read_pixmap(s.chart2d);
+    g_assert_false(same_picture(first, written));
+    Zrange *zr = g_new(Zrange, 1);
+    zr->fmin = 0.0;
+    zr->fmax = 0.1;
+    g_object_set_data(G_OBJECT(s.chart2d), "zrange", zr);
+    GdkPixbuf *ranged = read_pixmap(s.chart2d);
+    g_assert_false(same_picture(written, ranged));
+    Shown fresh(plain_chart(hist), 400, 300);
+    g_object_set_data(G_OBJECT(fresh.chart2d), "zrange", zr);
+    GdkPixbuf *afresh = read_pixmap(fresh.chart2d);
+    g_assert_true(same_picture(ranged, afresh));
+    g_object_set_data(G_OBJECT(fresh.chart2d), "zrange", NULL);
+    g_object_set_data(G_OBJECT(s.chart2d), "zrange", NULL);
+    g_free(zr);
+    for (GdkPixbuf *pb : {first, again, written, ranged, afresh})
+      g_object_unref(pb);
+    g_object_unref(hist);
+  }
+}
+
 /* Cells holding NaN or an infinity, as a lent array may: NaN counts as
  * nonzero but is ordered after every value; the range is that of the
  * finite contents, and such cells are never drawn. */
@@ -1304,6 +1357,7 @@ int main(int argc, char **argv) {
   g_test_add_func("/chart2d/frame/range", test_frame_range);
   g_test_add_func("/chart2d/frame/order", test_frame_order);
   g_test_add_func("/chart2d/frame/order-distinct", test_frame_order_distinct);
+  g_test_add_func("/chart2d/picture/repainted", test_repainted_cells);
   g_test_add_func("/chart2d/frame/nan-inf", test_frame_nan_inf);
   g_test_add_func("/chart2d/picture/cell-colors", test_cell_colors);
   g_test_add_func("/chart2d/picture/definition", test_picture_matches_definition);
