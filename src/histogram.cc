@@ -2,6 +2,7 @@
  * weighted entries, drawn as a step outline, with the statistics of every
  * value filled and the extreme bin contents reached. */
 #include "histogram.h"
+#include "profile-private.h"
 #include "function-private.h"
 #include "graph.h"
 #include "kiv-private.h"
@@ -375,6 +376,8 @@ void histogram_fill_batch(KivHistogram *self, const double *x, const double *w, 
       histogram_fill_folded<false>(self, x, w, n, plan);
     return;
   }
+  if (KIV_IS_PROFILE(self) && _kiv_profile_fill_batch(self, x, w, n))
+    return;
   auto fill = KIV_HISTOGRAM_GET_CLASS(self)->fill;
   for (gsize i = 0; i < n; i++)
     fill(self, x[i], w != NULL ? w[i] : 1.0);

@@ -172,7 +172,11 @@ void histogram2d_lend(KivHistogram2D *self, double *p) {
   histogram2d_scan(self);
 }
 
-void histogram2d_fill_real(KivHistogram2D *self, double x, double y, double w) {
+/* One entry into the cells, with the sums and the extrema held where the
+ * caller keeps them (the histogram itself, or registers for a batch). */
+template <typename Sums>
+inline void histogram2d_enter(KivHistogram2D *self, Sums *st, double *vmin, double *vmax,
+                              double x, double y, double w) {
   KivFunction *X = histogram2d_x(self), *Y = histogram2d_y(self);
   int ix = kiv::bin_of(x, X->xmin, X->step, X->nbin);
   if (ix < 0 || ix >= X->nbin)
@@ -194,8 +198,30 @@ void histogram2d_fill_real(KivHistogram2D *self, double x, double y, double w) {
     return;
   }
   self->y[b] = v;
-  histogram2d_widen(self, v);
-  kiv::stats_add(self->stat, x, y, w);
+  if (v > *vmax)
+    *vmax = v;
+  if (*vmin > v)
+    *vmin = v;
+  kiv::stats_add(st, x, y, w);
+}
+
+void histogram2d_fill_real(KivHistogram2D *self, double x, double y, double w) {
+  histogram2d_enter(self, self->stat, &self->vmin, &self->vmax, x, y, w);
+}
+
+/* The class's own fill over a batch, with the sums and extrema in
+ * registers: about half the time of a fill through the slot per entry
+ * (figure 2 of ./scripts/run-bench), and the same operations in the same
+ * order, so the same bits. */
+void histogram2d_fill_batch(KivHistogram2D *self, const double *x, const double *y,
+                            const double *w, gsize n) {
+  kiv::StatsSums st(self->stat);
+  double vmin = self->vmin, vmax = self->vmax;
+  for (gsize i = 0; i < n; i++)
+    histogram2d_enter(self, &st, &vmin, &vmax, x[i], y[i], w != NULL ? w[i] : 1.0);
+  st.store(self->stat);
+  self->vmin = vmin;
+  self->vmax = vmax;
 }
 
 void histogram2d_reset_real(KivHistogram2D *self) {
@@ -388,12 +414,9 @@ void kiv_histogram2d_fill_n(KivHistogram2D *h2d, const double *x, const double *
   /* An empty batch is zero fills, so it emits nothing. */
   if (n == 0)
     return;
-  /* The class's own fill is called directly, where the compiler folds it
-   * into the loop: about twice the rate of a call through the slot. */
   auto fill = KIV_HISTOGRAM2D_GET_CLASS(h2d)->fill;
   if (fill == histogram2d_fill_real) {
-    for (gsize i = 0; i < n; i++)
-      histogram2d_fill_real(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);
+    histogram2d_fill_batch(h2d, x, y, w, n);
   } else {
     for (gsize i = 0; i < n; i++)
       fill(h2d, x[i], y[i], w != NULL ? w[i] : 1.0);

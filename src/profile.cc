@@ -4,6 +4,7 @@
 #include "kiv-private.h"
 #include "function-private.h"
 #include "stats-private.h"
+#include "profile-private.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,10 +53,13 @@ void prof_range_changed(KivProfile *self, gpointer) {
   prof_allocate(self);
 }
 
-/* kiv_profile_fill() once the instance is known to be a profile.  Fills
- * run at high rates, so the parent records are reached directly rather
- * than through checked casts. */
-void prof_fill(KivProfile *p, double x, double y, double w) {
+/* One entry into the per-bin sums, with the statistics and the extrema
+ * held where the caller keeps them (the profile itself, or registers for a
+ * batch).  Fills run at high rates, so the parent records are reached
+ * directly rather than through checked casts. */
+template <typename Sums>
+inline void prof_enter(KivProfile *p, Sums *st, double *vmin, double *vmax, double x, double y,
+                       double w) {
   KivHistogram *h = &p->H;
   KivFunction *f = &h->parent;
   int b = kiv::bin_of(x, f->xmin, f->step, f->nbin);
@@ -76,11 +80,16 @@ void prof_fill(KivProfile *p, double x, double y, double w) {
   }
   p->n[b] = N;
 
-  kiv::stats_add(h->stat, x, y, w);
-  if (h->y[b] > h->vmax)
-    h->vmax = h->y[b];
-  if (h->y[b] < h->vmin)
-    h->vmin = h->y[b];
+  kiv::stats_add(st, x, y, w);
+  if (h->y[b] > *vmax)
+    *vmax = h->y[b];
+  if (h->y[b] < *vmin)
+    *vmin = h->y[b];
+}
+
+/* kiv_profile_fill() once the instance is known to be a profile. */
+void prof_fill(KivProfile *p, double x, double y, double w) {
+  prof_enter(p, p->H.stat, &p->H.vmin, &p->H.vmax, x, y, w);
 }
 
 /* The slot is only ever called on profiles. */
@@ -165,6 +174,23 @@ KivProfile *kiv_profile_new(int n, double xmin, double xmax, double *ptr) {
                                   "xmax", xmax,
                                   "ptr", ptr,
                                   NULL));
+}
+
+gboolean _kiv_profile_fill_batch(KivHistogram *h, const double *x, const double *v, gsize n) {
+  if (KIV_HISTOGRAM_GET_CLASS(h)->fill != prof_fill_slot)
+    return FALSE;
+  /* The statistics and extrema in registers: the same operations in the
+   * same order as single fills, at about half their cost per entry
+   * (figure 2 of ./scripts/run-bench). */
+  KivProfile *p = reinterpret_cast<KivProfile *>(h);
+  kiv::StatsSums st(h->stat);
+  double vmin = h->vmin, vmax = h->vmax;
+  for (gsize i = 0; i < n; i++)
+    prof_enter(p, &st, &vmin, &vmax, x[i], v != NULL ? v[i] : 1.0, 1.0);
+  st.store(h->stat);
+  h->vmin = vmin;
+  h->vmax = vmax;
+  return TRUE;
 }
 
 void kiv_profile_fill(KivProfile *p, double x, double y, double w) {

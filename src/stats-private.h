@@ -7,9 +7,39 @@
 
 namespace kiv {
 
+/* The sums of a KivStats held apart from it, in registers for a batch of
+ * fills: stores into the contents could otherwise alias the sums and make
+ * every entry reload them. */
+struct StatsSums {
+  double nc;
+  double s[5];
+  double xmin[2];
+  double xmax[2];
+
+  explicit StatsSums(const KivStats *st) : nc(st->nc) {
+    for (int i = 0; i < 5; i++)
+      s[i] = st->s[i];
+    for (int i = 0; i < 2; i++) {
+      xmin[i] = st->xmin[i];
+      xmax[i] = st->xmax[i];
+    }
+  }
+  void store(KivStats *st) const {
+    st->nc = nc;
+    for (int i = 0; i < 5; i++)
+      st->s[i] = s[i];
+    for (int i = 0; i < 2; i++) {
+      st->xmin[i] = xmin[i];
+      st->xmax[i] = xmax[i];
+    }
+  }
+};
+
 /* One weighted entry, the operations of kiv_stats_add() in its order, so
- * that an inlined fill adds bit for bit what a call would. */
-inline void stats_add(KivStats *self, double x, double y, double w) {
+ * that an inlined fill adds bit for bit what a call would.  Sums is a
+ * KivStats or a StatsSums. */
+template <typename Sums>
+inline void stats_add(Sums *self, double x, double y, double w) {
   self->nc += w;
   const double v[2] = {x, y};
   for (int i = 0; i < 2; i++) {
