@@ -13,7 +13,7 @@ kiv_ensure_packages() {
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "ok installed" || missing="$missing $p"
   done
   [ -z "$missing" ] && return 0
-  echo "installing:$missing"
+  echo "installing the missing Debian packages:$missing"
   if [ "$(id -u)" -eq 0 ]; then SUDO=""; else SUDO="sudo"; fi
   $SUDO apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends $missing >/dev/null
@@ -23,22 +23,22 @@ kiv_ensure_packages() {
 kiv_build() {
   dir="$1"
   shift
-  if [ ! -f "$dir/build.ninja" ]; then
-    meson setup "$dir" "$@" >/dev/null
-  fi
-  ninja -C "$dir" >/dev/null
+  kiv_build_targets "$dir" "" "$@"
 }
 
 # kiv_build_targets DIR "TARGETS" [meson options...]: configures DIR once,
-# then builds only the named targets (a sanitizer build that runs one test).
+# then builds only the named targets (all when TARGETS is empty), showing
+# ninja's progress.
 kiv_build_targets() {
   dir="$1"
   targets="$2"
   shift 2
+  echo "building ${targets:-everything} in $dir"
   if [ ! -f "$dir/build.ninja" ]; then
+    echo "  configuring $dir"
     meson setup "$dir" "$@" >/dev/null
   fi
-  ninja -C "$dir" $targets >/dev/null
+  ninja -C "$dir" $targets
 }
 
 # kiv_build_fuzzers DIR: the libFuzzer targets of fuzz/, built with clang

@@ -422,3 +422,30 @@ gchar *get_file_name(const char *title, gboolean for_open, const char **filters)
   gtk_widget_destroy(dialog);
   return name;
 }
+
+G_DEFINE_QUARK(kiv-chart-error-quark, kiv_chart_error)
+
+GBytes *kiv_chart1d_get_picture(KivChart1D *chart, const char *format, GError **error) {
+  g_return_val_if_fail(KIV_IS_CHART1D(chart), NULL);
+  g_return_val_if_fail(format != NULL, NULL);
+  g_return_val_if_fail(error == NULL || *error == NULL, NULL);
+
+  static const struct {
+    const char *name;
+    GString *(*get)(KivChart1D *);
+  } kFormats[] = {{"png", _kiv_get_png},
+                  {"jpeg", _kiv_get_jpeg},
+                  {"pdf", _kiv_get_pdf},
+                  {"svg", _kiv_get_svg},
+                  {"eps", _kiv_get_eps}};
+  for (const auto &f : kFormats) {
+    if (strcmp(format, f.name) != 0)
+      continue;
+    GString *bytes = f.get(chart);
+    gsize len = bytes->len;
+    return g_bytes_new_take(g_string_free(bytes, FALSE), len);
+  }
+  g_set_error(error, KIV_CHART_ERROR, KIV_CHART_ERROR_UNKNOWN_FORMAT,
+              "unknown picture format \"%s\": use png, jpeg, pdf, svg or eps", format);
+  return NULL;
+}

@@ -1029,6 +1029,50 @@ KIV_API cairo_status_t _kiv_img_to_gstring(GString **str, const unsigned char *d
                                            unsigned int length);
 
 /**
+ * KIV_CHART_ERROR:
+ *
+ * The error domain of kiv_chart1d_get_picture().
+ */
+#define KIV_CHART_ERROR (kiv_chart_error_quark())
+/**
+ * kiv_chart_error_quark:
+ *
+ * The quark of #KIV_CHART_ERROR.
+ *
+ * Returns: the error domain of the charts
+ */
+KIV_API GQuark kiv_chart_error_quark(void);
+
+/**
+ * KivChartError:
+ * @KIV_CHART_ERROR_UNKNOWN_FORMAT: the picture format is none of "png",
+ *   "jpeg", "pdf", "svg" and "eps"
+ *
+ * The errors of #KIV_CHART_ERROR.
+ */
+typedef enum {
+  KIV_CHART_ERROR_UNKNOWN_FORMAT,
+} KivChartError;
+
+/**
+ * kiv_chart1d_get_picture:
+ * @chart: a chart (or a two-dimensional chart)
+ * @format: "png", "jpeg", "pdf", "svg" or "eps"
+ * @error: return location for a #GError, or %NULL
+ *
+ * Draws the chart afresh and returns its picture in @format: the same
+ * bytes as reading the property of that name, as #GBytes, which language
+ * bindings hand over as a byte string (a #GString property reaches Python
+ * as text and fails on the first byte of a PNG).  An unknown @format sets
+ * @error to %KIV_CHART_ERROR_UNKNOWN_FORMAT and returns %NULL.  Call it in
+ * the GTK main thread.
+ *
+ * Returns: (transfer full) (nullable): the bytes of the picture, or %NULL
+ *   on error
+ */
+KIV_API GBytes *kiv_chart1d_get_picture(KivChart1D *chart, const char *format, GError **error);
+
+/**
  * kiv_chart1d_print:
  * @h: a chart
  * @file_name: (type filename): the file to write; an existing file is

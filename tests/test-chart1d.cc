@@ -1085,6 +1085,21 @@ static void test_pictures(void) {
   assert_at(h, pb, 4.5, 25.0, kWhite);
   g_object_unref(pb);
 
+  /* The same bytes for bindings, and an error for a format there is not. */
+  GString *prop = read_bytes(h, "png");
+  GBytes *bytes = kiv_chart1d_get_picture(h, "png", NULL);
+  g_assert_cmpmem(g_bytes_get_data(bytes, NULL), g_bytes_get_size(bytes), prop->str, prop->len);
+  g_bytes_unref(bytes);
+  g_string_free(prop, TRUE);
+  bytes = kiv_chart1d_get_picture(h, "eps", NULL);
+  g_assert_cmpint(memcmp(g_bytes_get_data(bytes, NULL), "%!PS-Adobe-3.0\n", 15), ==, 0);
+  g_bytes_unref(bytes);
+  GError *error = NULL;
+  g_assert_null(kiv_chart1d_get_picture(h, "gif", &error));
+  g_assert_error(error, KIV_CHART_ERROR, KIV_CHART_ERROR_UNKNOWN_FORMAT);
+  g_assert_cmpstr(error->message, ==, "unknown picture format \"gif\": use png, jpeg, pdf, svg or eps");
+  g_clear_error(&error);
+
   kiv_expect_critical("_kiv_get_png: assertion 'KIV_IS_CHART1D(h)' failed");
   g_assert_null(_kiv_get_png(NULL));
   g_test_assert_expected_messages();

@@ -779,7 +779,7 @@ static void test_repainted_cells(void) {
   for (int n : {1000, 40}) {
     KivHistogram2D *hist = histogram_of(n, n);
     for (int b = 0; b < n * n; b++)
-      hist->y[b] = (b * 7919) % 1009;
+      hist->y[b] = static_cast<double>((static_cast<gint64>(b) * 7919) % 1009);
     Shown s(plain_chart(hist), 400, 300);
     GdkPixbuf *first = read_pixmap(s.chart2d);
     GdkPixbuf *again = read_pixmap(s.chart2d);
