@@ -103,8 +103,8 @@ void canvas_set(KivChart1D *h) {
 
   KivCanvas *c = h->cnvs;
   GtkWidget *widget = GTK_WIDGET(h);
-  unsigned long xopts = h->drawaxis & 0xF;
-  unsigned long yopts = (h->drawaxis & 0xF0) >> 4;
+  unsigned long xopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_X_MASK);
+  unsigned long yopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK);
   bool is2d = _kiv_chart1d_is_2d(h);
   PangoRectangle r;
 

@@ -241,7 +241,7 @@ void chart1d_draw_stats(KivChart1D *h) {
   int d = std::abs(kiv::trunc_to_int(p1.y - p0.y));
   if (d <= 3)
     d = 4;
-  unsigned long yopts = (h->drawaxis >> 4) & 0xF;
+  unsigned long yopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK);
   int X = yopts == KIV_AXIS_LEFT ? c->px0 : yopts == KIV_AXIS_RIGHT ? c->px1 : c->px0 + c->wx / 2;
   int x0 = X + 2, x1 = X + 6;
   const int poly[][2] = {{x0, ym - d}, {x1, ym - d}, {x1, ym - 4}, {x0, ym},
@@ -409,8 +409,8 @@ void chart1d_draw_axis(KivChart1D *h) {
 
   if (h->drawaxis != 0) {
     kiv::set_source_color(cr, h->colors[KIV_COLOR_AXIS]);
-    int ybits = static_cast<int>((h->drawaxis >> 4) & 0xF);
-    int xbits = static_cast<int>(h->drawaxis & 0xF);
+    int ybits = static_cast<int>(kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK));
+    int xbits = static_cast<int>(kiv::axis_pos(h->drawaxis, KIV_AXIS_X_MASK));
     if (ybits != 0)
       draw_axis(h, KIV_Y_AXIS, ybits, h->attr & KIV_LOGY);
     if (xbits != 0)

@@ -59,6 +59,21 @@ private:
   GMutex *m_ = NULL;
 };
 
+/* KivChart1D.drawaxis keeps one #KivChartAxisPos per axis, each in the
+ * bits of its mask (KIV_AXIS_X_MASK, KIV_AXIS_Y_MASK); these read and
+ * replace one axis's position.  A position is stored as given, as it always
+ * was, so a value wider than its field spills over like before. */
+constexpr int axis_mask_shift(unsigned long mask) {
+  return (mask & 1UL) != 0 ? 0 : 1 + axis_mask_shift(mask >> 1);
+}
+inline unsigned long axis_pos(unsigned long drawaxis, unsigned long mask) {
+  return (drawaxis & mask) >> axis_mask_shift(mask);
+}
+inline unsigned long with_axis_pos(unsigned long drawaxis, unsigned long mask,
+                                   unsigned long pos) {
+  return (drawaxis & ~mask) | (pos << axis_mask_shift(mask));
+}
+
 /* cairo takes colour components from 0 to 1, GDK keeps 16-bit ones. */
 inline void set_source_color(cairo_t *cr, const GdkColor &c) {
   cairo_set_source_rgb(cr, c.red / 65535.0, c.green / 65535.0, c.blue / 65535.0);

@@ -32,7 +32,14 @@ struct _KivGaugePrivate {
   GdkFont *upper;
   char *font_family;  /* of the scale labels, title and multiplier */
   GdkColor color;     /* band colour */
-  KivMutex mutex;     /* guards the geometry and the painting */
+  /* The gauge mutex.  The painter (expose, gauge_paint) and size
+   * allocation hold it while they lay out and draw; the setters and property
+   * writes of the range, title, font and colour hold it only for the swap
+   * of the stored value, so a setter called from another thread never
+   * frees a string the painter is reading.  It is a leaf: nothing else is
+   * taken while it is held, and gtk calls that may paint are made outside
+   * it.  The tracer's own mutex is never held together with it. */
+  KivMutex mutex;
 };
 
 enum {
@@ -340,6 +347,25 @@ void gauge_size_allocate(GtkWidget *widget, GtkAllocation *allocation) {
     gauge_expose(widget, NULL);
 }
 
+/* The one write path of the settings the painter reads: properties and
+ * public setters both come here.  A string is copied before the old one
+ * goes, since the caller may pass that very string back. */
+void gauge_replace_string(KivGauge *gg, char **slot, const char *s) {
+  gchar *copy = g_strdup(s);
+  gchar *old = NULL;
+  {
+    kiv::MutexLock lock(&gg->priv->mutex);
+    old = *slot;
+    *slot = copy;
+  }
+  g_free(old);
+}
+
+void gauge_store_range(KivGauge *gg, float *limit, float v) {
+  kiv::MutexLock lock(&gg->priv->mutex);
+  *limit = v;
+}
+
 } // namespace
 
 static void kiv_gauge_finalize(GObject *object) {
@@ -362,10 +388,10 @@ static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue 
   KivGauge *gg = KIV_GAUGE(object);
   switch (prop_id) {
   case PROP_XMIN:
-    gg->xmin = gauge_to_float(g_value_get_double(value));
+    gauge_store_range(gg, &gg->xmin, gauge_to_float(g_value_get_double(value)));
     break;
   case PROP_XMAX:
-    gg->xmax = gauge_to_float(g_value_get_double(value));
+    gauge_store_range(gg, &gg->xmax, gauge_to_float(g_value_get_double(value)));
     break;
   case PROP_TITLE:
     kiv_gauge_set_title(gg, g_value_get_string(value));
@@ -374,8 +400,7 @@ static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue 
     kiv_gauge_set_color(gg, g_value_get_string(value));
     break;
   case PROP_FONT:
-    g_free(gg->priv->font_family);
-    gg->priv->font_family = g_value_dup_string(value);
+    gauge_replace_string(gg, &gg->priv->font_family, g_value_get_string(value));
     break;
   case PROP_DEPTH:
     g_object_set(gg->tracer, "nx", g_value_get_int(value), NULL);
@@ -484,10 +509,7 @@ float kiv_gauge_get_value(KivGauge *gg) {
 }
 
 void kiv_gauge_set_title(KivGauge *gg, const char *tit) {
-  /* Copied before the old title goes: the caller may pass that title. */
-  gchar *title = g_strdup(tit);
-  g_free(gg->title);
-  gg->title = title;
+  gauge_replace_string(gg, &gg->title, tit);
   if (gtk_widget_get_realized(GTK_WIDGET(gg)))
     gtk_widget_queue_resize(GTK_WIDGET(gg));
 }
@@ -497,8 +519,8 @@ char *kiv_gauge_get_title(KivGauge *gg) {
 }
 
 void kiv_gauge_set_range(KivGauge *gg, float xmin, float xmax) {
-  gg->xmin = xmin;
-  gg->xmax = xmax;
+  gauge_store_range(gg, &gg->xmin, xmin);
+  gauge_store_range(gg, &gg->xmax, xmax);
   gtk_widget_queue_draw(GTK_WIDGET(gg));
 }
 
@@ -510,13 +532,12 @@ void kiv_gauge_set_color(KivGauge *gg, const char *color_name) {
     g_printerr("Cannot get color %s\n", color_name);
     return;
   }
-  gchar *name = g_strdup(color_name);
-  g_free(gg->color);
-  gg->color = name;
-  gg->priv->color = parsed;
   GtkWidget *widget = GTK_WIDGET(gg);
   if (gtk_widget_get_realized(widget))
-    gdk_color_alloc(gtk_widget_get_colormap(widget), &gg->priv->color);
+    gdk_color_alloc(gtk_widget_get_colormap(widget), &parsed);
+  gauge_replace_string(gg, &gg->color, color_name);
+  kiv::MutexLock lock(&gg->priv->mutex);
+  gg->priv->color = parsed;
 }
 
 void kiv_gauge_set_squared(KivGauge *gg, gboolean squared) {
