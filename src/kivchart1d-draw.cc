@@ -5,6 +5,7 @@
 #include "kivchart-protected.h"
 #include "kivchart1d-private.h"
 #include "axis.h"
+#include "function-private.h"
 #include "histogram.h"
 #include "tracer.h"
 #include "kiv-private.h"
@@ -184,21 +185,23 @@ void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {
   g_string_free(text, TRUE);
 }
 
-void chart1d_draw_stats(KivChart1D *h) {
-  if (h->func == NULL || !KIV_IS_HISTOGRAM(h->func))
-    return;
+namespace {
 
+struct StatsSnapshot {
+  double entries, mean, stdev;
+  double tmean = 0.0, trms = 0.0; /* a tracer's own mean and rms */
+};
+
+/* A producer may be filling the histogram in another thread: its
+ * statistics and contents are read under its own lock (taken after the
+ * canvas mutex, as everywhere).  Over a zoomed x range the statistics are
+ * those of the bins shown. */
+StatsSnapshot chart1d_read_stats(KivChart1D *h) {
   KivCanvas *c = h->cnvs;
-  cairo_t *cr = c->cairo;
   KivFunction *f = h->func;
   KivHistogram *hist = KIV_HISTOGRAM(f);
-  bool tracer = KIV_IS_TRACER(f);
-  double entries, mean, stdev, tmean = 0.0, trms = 0.0;
-
-  /* A producer may be filling the histogram in another thread: its
-   * statistics and contents are read under its own lock (taken after the
-   * canvas mutex, as everywhere). */
-  kiv_function_lock(f);
+  StatsSnapshot s;
+  kiv::FunctionLock lock(f);
   KivStats *st = hist->stat;
   if (!(h->xmin == f->xmin && h->xmax == f->xmax)) {
     st = c->stats;
@@ -212,31 +215,43 @@ void chart1d_draw_stats(KivChart1D *h) {
       x += f->step;
     }
   }
-  entries = kiv_stats_get_nc(st);
-  mean = kiv_stats_get_mean(st, 0);
-  stdev = kiv_stats_get_stdev(st, 0);
-  if (tracer) {
-    tmean = kiv_histogram_mean(hist);
-    trms = kiv_histogram_rms(hist);
+  s.entries = kiv_stats_get_nc(st);
+  s.mean = kiv_stats_get_mean(st, 0);
+  s.stdev = kiv_stats_get_stdev(st, 0);
+  if (KIV_IS_TRACER(f)) {
+    s.tmean = kiv_histogram_mean(hist);
+    s.trms = kiv_histogram_rms(hist);
   }
-  kiv_function_unlock(f);
+  return s;
+}
+
+} // namespace
+
+void chart1d_draw_stats(KivChart1D *h) {
+  if (h->func == NULL || !KIV_IS_HISTOGRAM(h->func))
+    return;
+
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  KivFunction *f = h->func;
+  const StatsSnapshot s = chart1d_read_stats(h);
 
   kiv::CharPtr text(g_strdup_printf(
-      "<span size=\"smaller\">Entries : % .4e\nMean   : %.4e\nRMS    : %.4e</span>", entries,
-      mean, stdev));
+      "<span size=\"smaller\">Entries : % .4e\nMean   : %.4e\nRMS    : %.4e</span>", s.entries,
+      s.mean, s.stdev));
   PangoRectangle r;
   _kiv_get_layout_extent(GTK_WIDGET(h), cr, text.get(), &r, "sans");
   _kiv_draw_string(GTK_WIDGET(h), cr, c->canvas_width - r.width, c->character_height, text.get(),
                    "sans");
 
-  if (!tracer)
+  if (!KIV_IS_TRACER(f))
     return;
 
   /* A bar over the mean +- the spread beside the y axis, notched on its
    * right with the tip at the mean. */
   KivPoint p0, p1;
-  canvas_transform(c, 0, tmean, &p0);
-  canvas_transform(c, 0, tmean + std::sqrt(trms), &p1);
+  canvas_transform(c, 0, s.tmean, &p0);
+  canvas_transform(c, 0, s.tmean + std::sqrt(s.trms), &p1);
   int ym = kiv::trunc_to_int(p0.y);
   int d = std::abs(kiv::trunc_to_int(p1.y - p0.y));
   if (d <= 3)

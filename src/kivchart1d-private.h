@@ -32,7 +32,7 @@ using LayoutPtr = ObjectPtr<PangoLayout>;
 using CharPtr = std::unique_ptr<gchar, GFree>;
 
 /* Property writes give up rather than wait for a redraw that holds the
- * canvas for long: 10 attempts, 10 ms apart.  held() tells whether the
+ * canvas for long (see the canvas mutex): 10 attempts, 10 ms apart.  held() tells whether the
  * mutex was taken; a write that did not get it is dropped. */
 class PropertyWriteLock {
 public:

@@ -651,7 +651,10 @@ void kiv_chart1d_add_curve(KivChart1D *h, KivFunction *f) {
     kiv_chart1d_set_func(h, f);
     return;
   }
-  h->curves = g_list_append(h->curves, g_object_ref(f));
+  {
+    kiv::MutexLock lock(&h->cnvs->mutex);
+    h->curves = g_list_append(h->curves, g_object_ref(f));
+  }
   gtk_widget_queue_resize(GTK_WIDGET(h));
 }
 
