@@ -3,7 +3,6 @@
 #include "kivgauge.h"
 #include "axis.h"
 #include "kivchart-protected.h"
-#include "kivchart1d-private.h"
 #include "kiv-private.h"
 
 #include <algorithm>
