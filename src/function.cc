@@ -9,6 +9,13 @@
 #include <vector>
 
 struct _KivFunctionPrivate {
+  /* The function mutex.  Producer threads (fills, resizes, property
+   * writes) and the charts that read the bins and statistics contend for
+   * it; it protects everything the object stores.  It is not recursive,
+   * and it is always taken last: a chart takes it with its canvas mutex
+   * already held, never the other way round, and nothing takes a canvas
+   * or gauge mutex while holding it.  Inside the library hold it with
+   * kiv::FunctionLock. */
   KivMutex mutex;
 };
 

@@ -119,6 +119,15 @@ struct _KivCanvas {
   int pz1;
   cairo_surface_t *surface; /* off-screen image, ARGB32 */
   cairo_t *cairo;           /* context of the redraw in progress, or NULL */
+  /* The canvas mutex.  The redraw, the pictures, size allocation, the
+   * curve list's changes (kiv_chart1d_add_curve(), kiv_chart1d_remove_curves())
+   * and property writes contend for it; it protects the canvas, the curve
+   * list and the chart's settings.  Lock order: the canvas mutex first,
+   * then the mutex of a curve being read.  Property writes take it with a
+   * bounded try-lock (10 attempts, 10 ms apart) and drop the write when it
+   * stays taken: a redraw may hold it for long, and the draw hooks run with
+   * it held, so a property written from a hook, or from the main loop
+   * during a long picture, gives up instead of deadlocking or freezing. */
   KivMutex mutex;
   GdkRectangle cscale;      /* colour scale of a 2D chart */
   gchar *text_font;

@@ -98,22 +98,14 @@ gboolean _kiv_chart1d_is_squared(KivChart1D *h) {
   return squared != NULL && *squared;
 }
 
-void canvas_set(KivChart1D *h) {
-  g_return_if_fail(KIV_IS_CHART1D(h));
+namespace {
 
+/* The character sizes of the text font and the size of the off-screen
+ * image, which the margins are counted in. */
+void canvas_measure(KivChart1D *h) {
   KivCanvas *c = h->cnvs;
   GtkWidget *widget = GTK_WIDGET(h);
-  unsigned long xopts = h->drawaxis & 0xF;
-  unsigned long yopts = (h->drawaxis & 0xF0) >> 4;
-  bool is2d = _kiv_chart1d_is_2d(h);
   PangoRectangle r;
-
-  canvas_make_range_usable(&c->xmin, &c->xmax);
-  canvas_make_range_usable(&c->ymin, &c->ymax);
-
-  canvas_axis_multiplier(c->xmin, c->xmax, &c->mantisa_x, &c->exponent_x);
-  canvas_axis_multiplier(c->ymin, c->ymax, &c->mantisa_y, &c->exponent_y);
-
   _kiv_get_layout_extent(widget, c->cairo, "X", &r, c->text_font);
   c->character_width = r.width;
   c->character_height = r.height;
@@ -123,9 +115,18 @@ void canvas_set(KivChart1D *h) {
 
   c->canvas_width = c->surface != NULL ? cairo_image_surface_get_width(c->surface) : 0;
   c->canvas_height = c->surface != NULL ? cairo_image_surface_get_height(c->surface) : 0;
+}
 
+/* The margins and the plotting area: room for the y labels on the left,
+ * the x labels and title below, and the colour scale of a 2D chart on the
+ * right. */
+void canvas_place_plot(KivChart1D *h, bool is2d) {
+  KivCanvas *c = h->cnvs;
+  unsigned long xopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_X_MASK);
+  unsigned long yopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK);
+  PangoRectangle r;
   kiv::CharPtr label(g_strdup_printf("%+0.4g", std::ceil(c->ymax / c->mantisa_y)));
-  _kiv_get_layout_extent(widget, c->cairo, label.get(), &r, c->text_font);
+  _kiv_get_layout_extent(GTK_WIDGET(h), c->cairo, label.get(), &r, c->text_font);
   int label_width = r.width;
 
   c->ox = (yopts & KIV_AXIS_LEFT) ? label_width + 3 * c->character_width : c->character_width;
@@ -154,46 +155,74 @@ void canvas_set(KivChart1D *h) {
   c->py0 = c->canvas_height - bottom;
   c->py1 = c->oy;
   c->wy = c->py0 - c->py1;
+}
 
-  if (is2d && _kiv_chart1d_is_squared(h)) {
-    if (c->wx > c->wy) {
-      c->wx = c->wy;
-      c->px1 = c->px0 + c->wx;
-    } else {
-      c->wy = c->wx;
-      c->py0 = c->py1 + c->wy;
-    }
+/* A squared 2D chart shrinks the longer side of its plotting area. */
+void canvas_make_square(KivCanvas *c) {
+  if (c->wx > c->wy) {
+    c->wx = c->wy;
+    c->px1 = c->px0 + c->wx;
+  } else {
+    c->wy = c->wx;
+    c->py0 = c->py1 + c->wy;
   }
+}
 
+/* With more than one curve the legend takes its width from the plotting
+ * area, beside it and centred on it. */
+void canvas_place_legend(KivChart1D *h) {
+  KivCanvas *c = h->cnvs;
   if (c->legend != NULL) {
     g_object_unref(c->legend);
     c->legend = NULL;
   }
-  if (g_list_length(h->curves) > 1) {
-    c->legend = _kiv_get_pango_layout(widget, c->cairo, c->text_font);
-    chart1d_fill_legend_layout(h, c->legend);
-    int gw = 0, gh = 0;
-    pango_layout_get_pixel_size(c->legend, &gw, &gh);
-    c->wx -= gw;
-    c->leg_x = c->ox + c->wx + static_cast<int>(gw * 0.25 / 2.0);
-    c->leg_y = c->py1 + (c->wy - gh) / 2;
-  }
+  if (g_list_length(h->curves) <= 1)
+    return;
+  c->legend = _kiv_get_pango_layout(GTK_WIDGET(h), c->cairo, c->text_font);
+  chart1d_fill_legend_layout(h, c->legend);
+  int gw = 0, gh = 0;
+  pango_layout_get_pixel_size(c->legend, &gw, &gh);
+  c->wx -= gw;
+  c->leg_x = c->ox + c->wx + static_cast<int>(gw * 0.25 / 2.0);
+  c->leg_y = c->py1 + (c->wy - gh) / 2;
+}
 
-  if (is2d) {
-    c->cscale.height = c->wy;
-    c->cscale.x = c->px1 + c->character_width;
-    c->cscale.y = c->py1;
-    c->wz = c->wy;
-    c->pz0 = c->py0;
-    c->pz1 = c->py1;
-    c->oz = c->cscale.x + c->cscale.width;
-    /* A histogram whose nonzero cells all hold one value (or none) has an
-     * empty colour range, which the colour map must see as it is: the
-     * scale then maps every value to the bottom of the axis.  So does a
-     * range too narrow to divide by. */
-    double zstp = c->wz / (c->zmax - c->zmin);
-    c->zstp = std::isfinite(zstp) ? zstp : 0.0;
-  }
+void canvas_place_color_scale(KivCanvas *c) {
+  c->cscale.height = c->wy;
+  c->cscale.x = c->px1 + c->character_width;
+  c->cscale.y = c->py1;
+  c->wz = c->wy;
+  c->pz0 = c->py0;
+  c->pz1 = c->py1;
+  c->oz = c->cscale.x + c->cscale.width;
+  /* A histogram whose nonzero cells all hold one value (or none) has an
+   * empty colour range, which the colour map must see as it is: the
+   * scale then maps every value to the bottom of the axis.  So does a
+   * range too narrow to divide by. */
+  double zstp = c->wz / (c->zmax - c->zmin);
+  c->zstp = std::isfinite(zstp) ? zstp : 0.0;
+}
+
+} // namespace
+
+void canvas_set(KivChart1D *h) {
+  g_return_if_fail(KIV_IS_CHART1D(h));
+
+  KivCanvas *c = h->cnvs;
+  bool is2d = _kiv_chart1d_is_2d(h);
+
+  canvas_make_range_usable(&c->xmin, &c->xmax);
+  canvas_make_range_usable(&c->ymin, &c->ymax);
+  canvas_axis_multiplier(c->xmin, c->xmax, &c->mantisa_x, &c->exponent_x);
+  canvas_axis_multiplier(c->ymin, c->ymax, &c->mantisa_y, &c->exponent_y);
+
+  canvas_measure(h);
+  canvas_place_plot(h, is2d);
+  if (is2d && _kiv_chart1d_is_squared(h))
+    canvas_make_square(c);
+  canvas_place_legend(h);
+  if (is2d)
+    canvas_place_color_scale(c);
 
   c->xstp = canvas_axis_step(c->wx, c->xmin, c->xmax, h->attr & KIV_LOGX, &c->logx, &c->lxmin);
   c->ystp = canvas_axis_step(c->py0 - c->py1, c->ymin, c->ymax, h->attr & KIV_LOGY, &c->logy,

@@ -5,6 +5,7 @@
 #include "kivchart-protected.h"
 #include "kivchart1d-private.h"
 #include "axis.h"
+#include "function-private.h"
 #include "histogram.h"
 #include "tracer.h"
 #include "kiv-private.h"
@@ -195,21 +196,23 @@ void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {
   g_string_free(text, TRUE);
 }
 
-void chart1d_draw_stats(KivChart1D *h) {
-  if (h->func == NULL || !KIV_IS_HISTOGRAM(h->func))
-    return;
+namespace {
 
+struct StatsSnapshot {
+  double entries, mean, stdev;
+  double tmean = 0.0, trms = 0.0; /* a tracer's own mean and rms */
+};
+
+/* A producer may be filling the histogram in another thread: its
+ * statistics and contents are read under its own lock (taken after the
+ * canvas mutex, as everywhere).  Over a zoomed x range the statistics are
+ * those of the bins shown. */
+StatsSnapshot chart1d_read_stats(KivChart1D *h) {
   KivCanvas *c = h->cnvs;
-  cairo_t *cr = c->cairo;
   KivFunction *f = h->func;
   KivHistogram *hist = KIV_HISTOGRAM(f);
-  bool tracer = KIV_IS_TRACER(f);
-  double entries, mean, stdev, tmean = 0.0, trms = 0.0;
-
-  /* A producer may be filling the histogram in another thread: its
-   * statistics and contents are read under its own lock (taken after the
-   * canvas mutex, as everywhere). */
-  kiv_function_lock(f);
+  StatsSnapshot s;
+  kiv::FunctionLock lock(f);
   KivStats *st = hist->stat;
   if (!(h->xmin == f->xmin && h->xmax == f->xmax)) {
     st = c->stats;
@@ -223,36 +226,48 @@ void chart1d_draw_stats(KivChart1D *h) {
       x += f->step;
     }
   }
-  entries = kiv_stats_get_nc(st);
-  mean = kiv_stats_get_mean(st, 0);
-  stdev = kiv_stats_get_stdev(st, 0);
-  if (tracer) {
-    tmean = kiv_histogram_mean(hist);
-    trms = kiv_histogram_rms(hist);
+  s.entries = kiv_stats_get_nc(st);
+  s.mean = kiv_stats_get_mean(st, 0);
+  s.stdev = kiv_stats_get_stdev(st, 0);
+  if (KIV_IS_TRACER(f)) {
+    s.tmean = kiv_histogram_mean(hist);
+    s.trms = kiv_histogram_rms(hist);
   }
-  kiv_function_unlock(f);
+  return s;
+}
+
+} // namespace
+
+void chart1d_draw_stats(KivChart1D *h) {
+  if (h->func == NULL || !KIV_IS_HISTOGRAM(h->func))
+    return;
+
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  KivFunction *f = h->func;
+  const StatsSnapshot s = chart1d_read_stats(h);
 
   kiv::CharPtr text(g_strdup_printf(
-      "<span size=\"smaller\">Entries : % .4e\nMean   : %.4e\nRMS    : %.4e</span>", entries,
-      mean, stdev));
+      "<span size=\"smaller\">Entries : % .4e\nMean   : %.4e\nRMS    : %.4e</span>", s.entries,
+      s.mean, s.stdev));
   PangoRectangle r;
   _kiv_get_layout_extent(GTK_WIDGET(h), cr, text.get(), &r, "sans");
   _kiv_draw_string(GTK_WIDGET(h), cr, c->canvas_width - r.width, c->character_height, text.get(),
                    "sans");
 
-  if (!tracer)
+  if (!KIV_IS_TRACER(f))
     return;
 
   /* A bar over the mean +- the spread beside the y axis, notched on its
    * right with the tip at the mean. */
   KivPoint p0, p1;
-  canvas_transform(c, 0, tmean, &p0);
-  canvas_transform(c, 0, tmean + std::sqrt(trms), &p1);
+  canvas_transform(c, 0, s.tmean, &p0);
+  canvas_transform(c, 0, s.tmean + std::sqrt(s.trms), &p1);
   int ym = kiv::trunc_to_int(p0.y);
   int d = std::abs(kiv::trunc_to_int(p1.y - p0.y));
   if (d <= 3)
     d = 4;
-  unsigned long yopts = (h->drawaxis >> 4) & 0xF;
+  unsigned long yopts = kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK);
   int X = yopts == KIV_AXIS_LEFT ? c->px0 : yopts == KIV_AXIS_RIGHT ? c->px1 : c->px0 + c->wx / 2;
   int x0 = X + 2, x1 = X + 6;
   const int poly[][2] = {{x0, ym - d}, {x1, ym - d}, {x1, ym - 4}, {x0, ym},
@@ -278,140 +293,183 @@ float get_value_for_label(float x, double scale, int logx, char *label) {
   return v;
 }
 
-void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx) {
-  KivCanvas *c = h->cnvs;
-  cairo_t *cr = c->cairo;
-  GtkWidget *widget = GTK_WIDGET(h);
-  const char *title = NULL;
-  AxisGeometry g = {axtype, 0, 0, 0.0, 0.0};
-  int aw = 0;
-  double hi = 0.0, scale = 1.0;
+namespace {
 
+/* An axis as drawn: where it goes, its range (in decades on a logarithmic
+ * axis), its length in pixels, the multiplier of its labels and its title. */
+struct AxisLayout {
+  AxisGeometry g;
+  double hi = 0.0;
+  int aw = 0;
+  double scale = 1.0;
+  const char *title = NULL;
+};
+
+/* The major divisions, and the minor ones within each major division. */
+struct AxisDivisions {
+  double eps = 0.0;
+  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
+  float wmn2 = 0.0f, wmx2 = 0.0f, bw2 = 0.0f;
+  bool minor_ticks = false;
+};
+
+AxisLayout axis_layout(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx) {
+  KivCanvas *c = h->cnvs;
+  AxisLayout a = {{axtype, 0, 0, 0.0, 0.0}};
+  AxisGeometry &g = a.g;
   switch (axtype) {
   case KIV_X_AXIS:
-    title = h->xtitle;
+    a.title = h->xtitle;
     g.ox = c->px0;
     g.oy = axis_place(axopts, c->py0, c->py0 - c->wy / 2, c->py1);
-    aw = c->wx;
+    a.aw = c->wx;
     g.lo = c->xmin;
-    hi = c->xmax;
+    a.hi = c->xmax;
     g.f = c->xstp;
-    scale = logx ? 1.0 : c->mantisa_x;
+    a.scale = logx ? 1.0 : c->mantisa_x;
     break;
   case KIV_Y_AXIS:
-    title = h->ytitle;
+    a.title = h->ytitle;
     g.oy = c->py0;
     g.ox = axis_place(axopts, c->px0, c->px0 + c->wx / 2, c->px1);
-    aw = c->wy;
+    a.aw = c->wy;
     if (_kiv_chart1d_is_2d(h)) {
-      g_object_get(h, "hymin", &g.lo, "hymax", &hi, NULL);
+      g_object_get(h, "hymin", &g.lo, "hymax", &a.hi, NULL);
     } else {
       g.lo = c->ymin;
-      hi = c->ymax;
+      a.hi = c->ymax;
     }
     g.f = c->ystp;
-    scale = logx ? 1.0 : c->mantisa_y;
+    a.scale = logx ? 1.0 : c->mantisa_y;
     break;
   case KIV_Z_AXIS:
     g.oy = c->py0;
     g.ox = c->oz;
-    aw = c->wz;
+    a.aw = c->wz;
     g.f = c->zstp;
-    scale = c->mantisa_z;
+    a.scale = c->mantisa_z;
     g.lo = c->zmin;
-    hi = c->zmax;
+    a.hi = c->zmax;
     break;
   }
-
   if (logx) {
     g.lo = g.lo > 0.0 ? std::log10(g.lo) : 0.0;
-    hi = hi > 0.0 ? std::rint(std::log10(hi) + 0.5) : std::rint(0.5);
+    a.hi = a.hi > 0.0 ? std::rint(std::log10(a.hi) + 0.5) : std::rint(0.5);
   }
+  if (a.title == NULL)
+    a.title = " ";
+  return a;
+}
 
+/* Fewer major divisions where ten labels would not fit.  Returns false
+ * when the axis has nothing to show. */
+bool axis_divisions(KivChart1D *h, const AxisLayout &a, int logx, AxisDivisions *d) {
+  KivCanvas *c = h->cnvs;
   /* The canvas layout leaves finite x and y ranges, but the z range and
    * the y range read back from a two-dimensional chart come as they are:
    * an axis without finite limits has nothing to show. */
-  if (!std::isfinite(g.lo) || !std::isfinite(hi))
-    return;
-  double eps = std::fabs(hi - g.lo) * 1e-5;
-  if (std::log10(eps) > 3)
-    return;
+  if (!std::isfinite(a.g.lo) || !std::isfinite(a.hi))
+    return false;
+  d->eps = std::fabs(a.hi - a.g.lo) * 1e-5;
+  if (std::log10(d->eps) > 3)
+    return false;
 
   int ndiv = 10;
-  if (axtype == KIV_X_AXIS) {
+  if (a.g.type == KIV_X_AXIS) {
     char label[32];
-    get_value_for_label(static_cast<float>(c->xmax), scale, logx, label);
+    get_value_for_label(static_cast<float>(c->xmax), a.scale, logx, label);
     if (c->character_width * 10 * static_cast<int>(std::strlen(label)) > c->wx)
       ndiv = 5;
   } else if (c->wy < static_cast<int>(10 * 1.2 * c->character_height)) {
     ndiv = 5;
   }
 
-  if (title == NULL)
-    title = " ";
-
-  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
   int nb = 0;
-  getbins(static_cast<float>(g.lo), static_cast<float>(hi), ndiv, &wmn, &wmx, &nb, &bw);
-  if (std::fabs(g.lo - wmn) > eps)
-    wmn = wmn - bw;
-  if (std::fabs(wmx - hi) > eps)
-    wmx = wmx + bw;
-  if (!divisions_usable(wmn, wmx, bw))
-    return;
+  getbins(static_cast<float>(a.g.lo), static_cast<float>(a.hi), ndiv, &d->wmn, &d->wmx, &nb,
+          &d->bw);
+  if (std::fabs(a.g.lo - d->wmn) > d->eps)
+    d->wmn = d->wmn - d->bw;
+  if (std::fabs(d->wmx - a.hi) > d->eps)
+    d->wmx = d->wmx + d->bw;
+  if (!divisions_usable(d->wmn, d->wmx, d->bw))
+    return false;
 
-  double w2 = logx ? std::pow(10.0, bw) : bw;
-  float wmn2 = 0.0f, wmx2 = 0.0f, bw2 = 0.0f;
+  double w2 = logx ? std::pow(10.0, d->bw) : d->bw;
   int nb2 = 0;
-  getbins(0.0f, static_cast<float>(w2), 5, &wmn2, &wmx2, &nb2, &bw2);
-  bool minor_ticks = divisions_usable(wmn2, wmx2, bw2);
+  getbins(0.0f, static_cast<float>(w2), 5, &d->wmn2, &d->wmx2, &nb2, &d->bw2);
+  d->minor_ticks = divisions_usable(d->wmn2, d->wmx2, d->bw2);
+  return true;
+}
+
+void draw_axis_ticks(KivChart1D *h, const AxisLayout &a, const AxisDivisions &d, int logx) {
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  GtkWidget *widget = GTK_WIDGET(h);
+  const AxisGeometry &g = a.g;
 
   cairo_new_path(cr);
   cairo_move_to(cr, g.ox, g.oy);
-  if (axtype == KIV_X_AXIS)
-    cairo_line_to(cr, g.ox + aw, g.oy);
+  if (g.type == KIV_X_AXIS)
+    cairo_line_to(cr, g.ox + a.aw, g.oy);
   else
-    cairo_line_to(cr, g.ox, g.oy - aw);
+    cairo_line_to(cr, g.ox, g.oy - a.aw);
 
-  for (float x = wmn; x <= wmx; x += bw) {
+  for (float x = d.wmn; x <= d.wmx; x += d.bw) {
     char label[32];
-    get_value_for_label(x, scale, logx, label);
+    get_value_for_label(x, a.scale, logx, label);
     int p = g.position(x);
-    if (g.lo <= x && x <= hi) {
+    if (g.lo <= x && x <= a.hi) {
       g.tick(cr, p, kMajorTick);
       PangoRectangle r;
       _kiv_get_layout_extent(widget, cr, label, &r, c->text_font);
-      if (axtype == KIV_X_AXIS)
+      if (g.type == KIV_X_AXIS)
         _kiv_draw_string(widget, cr, p - r.width / 2, static_cast<int>(g.oy + 0.2 * r.height),
                          label, c->text_font);
       else
         _kiv_draw_string(widget, cr, g.ox - (r.width + 4), static_cast<int>(p + (-r.height) / 2),
                          label, c->text_font);
     }
-    if (!minor_ticks)
+    if (!d.minor_ticks)
       continue;
-    for (float x1 = wmn2 + bw2; x1 < wmx2 + eps; x1 += bw2) {
+    for (float x1 = d.wmn2 + d.bw2; x1 < d.wmx2 + d.eps; x1 += d.bw2) {
       float v = logx ? static_cast<float>(x + std::log10(x1)) : x + x1;
-      if (g.lo < v && v < hi)
+      if (g.lo < v && v < a.hi)
         g.tick(cr, g.position(v), kMinorTick);
     }
   }
   cairo_stroke(cr);
+}
 
-  kiv::CharPtr shown(_kiv_safe_markup(title));
-  kiv::CharPtr text(scale != 1.0 ? g_strdup_printf("<b>%s</b>  x10<sup>%d</sup>", shown.get(),
-                                                   kiv::trunc_to_int(std::log10(scale)))
-                                 : g_strdup_printf("<b>%s</b>", shown.get()));
+void draw_axis_title(KivChart1D *h, const AxisLayout &a) {
+  KivCanvas *c = h->cnvs;
+  cairo_t *cr = c->cairo;
+  GtkWidget *widget = GTK_WIDGET(h);
+  kiv::CharPtr shown(_kiv_safe_markup(a.title));
+  kiv::CharPtr text(a.scale != 1.0
+                        ? g_strdup_printf("<b>%s</b>  x10<sup>%d</sup>", shown.get(),
+                                          kiv::trunc_to_int(std::log10(a.scale)))
+                        : g_strdup_printf("<b>%s</b>", shown.get()));
   PangoRectangle r;
   _kiv_get_layout_extent(widget, cr, text.get(), &r, c->text_font);
   /* The x title sits on the bottom edge of the widget's allocation, which
    * the off-screen image always has the size of. */
-  if (axtype == KIV_X_AXIS)
-    _kiv_draw_string(widget, cr, g.ox + aw - r.width, c->canvas_height - r.height, text.get(),
-                     c->text_font);
+  if (a.g.type == KIV_X_AXIS)
+    _kiv_draw_string(widget, cr, a.g.ox + a.aw - r.width, c->canvas_height - r.height,
+                     text.get(), c->text_font);
   else
-    _kiv_draw_string(widget, cr, g.ox - c->character_height, g.oy - aw - r.height, text.get(),
-                     c->text_font);
+    _kiv_draw_string(widget, cr, a.g.ox - c->character_height, a.g.oy - a.aw - r.height,
+                     text.get(), c->text_font);
+}
+
+} // namespace
+
+void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx) {
+  const AxisLayout a = axis_layout(h, axtype, axopts, logx);
+  AxisDivisions d;
+  if (!axis_divisions(h, a, logx, &d))
+    return;
+  draw_axis_ticks(h, a, d, logx);
+  draw_axis_title(h, a);
 }
 
 void chart1d_draw_axis(KivChart1D *h) {
@@ -420,8 +478,8 @@ void chart1d_draw_axis(KivChart1D *h) {
 
   if (h->drawaxis != 0) {
     kiv::set_source_color(cr, h->colors[KIV_COLOR_AXIS]);
-    int ybits = static_cast<int>((h->drawaxis >> 4) & 0xF);
-    int xbits = static_cast<int>(h->drawaxis & 0xF);
+    int ybits = static_cast<int>(kiv::axis_pos(h->drawaxis, KIV_AXIS_Y_MASK));
+    int xbits = static_cast<int>(kiv::axis_pos(h->drawaxis, KIV_AXIS_X_MASK));
     if (ybits != 0)
       draw_axis(h, KIV_Y_AXIS, ybits, h->attr & KIV_LOGY);
     if (xbits != 0)

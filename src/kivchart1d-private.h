@@ -4,36 +4,14 @@
 #define KIV_CHART1D_PRIVATE_H
 
 #include "kivchart-protected.h"
-
-#include <memory>
+#include "kiv-private.h"
 
 namespace kiv {
 
-/* Owners for the cairo, Pango and GLib objects of a drawing pass, so that
- * every early return releases what the pass made. */
-struct CairoDestroy {
-  void operator()(cairo_t *cr) const { cairo_destroy(cr); }
-};
-struct SurfaceDestroy {
-  void operator()(cairo_surface_t *s) const { cairo_surface_destroy(s); }
-};
-struct ObjectUnref {
-  void operator()(gpointer o) const { g_object_unref(o); }
-};
-struct GFree {
-  void operator()(gpointer p) const { g_free(p); }
-};
-
-using CairoPtr = std::unique_ptr<cairo_t, CairoDestroy>;
-using SurfacePtr = std::unique_ptr<cairo_surface_t, SurfaceDestroy>;
-template <typename T>
-using ObjectPtr = std::unique_ptr<T, ObjectUnref>;
-using LayoutPtr = ObjectPtr<PangoLayout>;
-using CharPtr = std::unique_ptr<gchar, GFree>;
-
 /* Property writes give up rather than wait for a redraw that holds the
- * canvas for long: 10 attempts, 10 ms apart.  held() tells whether the
- * mutex was taken; a write that did not get it is dropped. */
+ * canvas for long (see the canvas mutex): 10 attempts, 10 ms apart.
+ * held() tells whether the mutex was taken; a write that did not get it
+ * is dropped. */
 class PropertyWriteLock {
 public:
   explicit PropertyWriteLock(GMutex *m) {
@@ -58,6 +36,21 @@ private:
   static constexpr gulong kRetryMicroseconds = 10000;
   GMutex *m_ = NULL;
 };
+
+/* KivChart1D.drawaxis keeps one #KivChartAxisPos per axis, each in the
+ * bits of its mask (KIV_AXIS_X_MASK, KIV_AXIS_Y_MASK); these read and
+ * replace one axis's position.  A position is stored as given, as it always
+ * was, so a value wider than its field spills over like before. */
+constexpr int axis_mask_shift(unsigned long mask) {
+  return (mask & 1UL) != 0 ? 0 : 1 + axis_mask_shift(mask >> 1);
+}
+inline unsigned long axis_pos(unsigned long drawaxis, unsigned long mask) {
+  return (drawaxis & mask) >> axis_mask_shift(mask);
+}
+inline unsigned long with_axis_pos(unsigned long drawaxis, unsigned long mask,
+                                   unsigned long pos) {
+  return (drawaxis & ~mask) | (pos << axis_mask_shift(mask));
+}
 
 /* cairo takes colour components from 0 to 1, GDK keeps 16-bit ones. */
 inline void set_source_color(cairo_t *cr, const GdkColor &c) {
@@ -114,12 +107,6 @@ void chart1d_draw_axis(KivChart1D *h);
 void draw_axis(KivChart1D *h, KivChartAxisType axtype, int axopts, int logx);
 /* Fills the layout with one line per curve, name in the curve's colour. */
 void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout);
-
-/* A caller's text (a title, a curve name) as markup to be put inside the
- * library's own: the text itself when it is well-formed markup, otherwise
- * the text escaped, so that "R&D" or "<b" shows as typed.  Free with
- * g_free(). */
-gchar *_kiv_safe_markup(const char *text);
 
 /* Colours: store and allocate one chart colour, hand foreground and
  * background to the widget's style, allocate the curve colours. */

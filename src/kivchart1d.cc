@@ -73,6 +73,21 @@ void chart1d_replace_func(KivChart1D *h, KivFunction *f) {
   gtk_widget_queue_resize(GTK_WIDGET(h));
 }
 
+/* Every string setting of the chart is written here, by its property and
+ * by its public setter alike.  The copy is made before the old string is
+ * freed, so that a caller passing the chart's own string back is safe. */
+void chart1d_replace_string(gchar **slot, const char *s) {
+  gchar *copy = g_strdup(s);
+  g_free(*slot);
+  *slot = copy;
+}
+
+void chart1d_set_xlimit(KivChart1D *h, double *canvas_limit, double *chart_limit, double v) {
+  *canvas_limit = v;
+  *chart_limit = v;
+  gtk_widget_queue_resize(GTK_WIDGET(h));
+}
+
 void chart1d_set_ylimit(KivChart1D *h, double *canvas_limit, double *chart_limit, double v) {
   KivCanvas *c = h->cnvs;
   *canvas_limit = v;
@@ -317,12 +332,10 @@ static void kiv_chart1d_set_property(GObject *object, guint prop_id, const GValu
     chart1d_replace_func(h, KIV_FUNCTION(g_value_get_pointer(value)));
     break;
   case PROP_XTITLE:
-    g_free(h->xtitle);
-    h->xtitle = g_value_dup_string(value);
+    chart1d_replace_string(&h->xtitle, g_value_get_string(value));
     break;
   case PROP_YTITLE:
-    g_free(h->ytitle);
-    h->ytitle = g_value_dup_string(value);
+    chart1d_replace_string(&h->ytitle, g_value_get_string(value));
     break;
   case PROP_LOGX:
     chart1d_set_attr(h, KIV_LOGX, g_value_get_boolean(value));
@@ -337,12 +350,10 @@ static void kiv_chart1d_set_property(GObject *object, guint prop_id, const GValu
     chart1d_set_attr(h, KIV_STATS, g_value_get_boolean(value));
     break;
   case PROP_HXMIN:
-    c->xmin = h->xmin = g_value_get_double(value);
-    gtk_widget_queue_resize(GTK_WIDGET(h));
+    chart1d_set_xlimit(h, &c->xmin, &h->xmin, g_value_get_double(value));
     break;
   case PROP_HXMAX:
-    c->xmax = h->xmax = g_value_get_double(value);
-    gtk_widget_queue_resize(GTK_WIDGET(h));
+    chart1d_set_xlimit(h, &c->xmax, &h->xmax, g_value_get_double(value));
     break;
   case PROP_HYMIN:
   case PROP_VMIN:
@@ -353,12 +364,10 @@ static void kiv_chart1d_set_property(GObject *object, guint prop_id, const GValu
     chart1d_set_ylimit(h, &c->ymax, &h->vmax, g_value_get_double(value));
     break;
   case PROP_TEXT_FONT:
-    g_free(c->text_font);
-    c->text_font = g_value_dup_string(value);
+    chart1d_replace_string(&c->text_font, g_value_get_string(value));
     break;
   case PROP_AXIS_FONT:
-    g_free(c->axis_font);
-    c->axis_font = g_value_dup_string(value);
+    chart1d_replace_string(&c->axis_font, g_value_get_string(value));
     break;
   case PROP_LINE_WIDTH:
     c->line_width = g_value_get_double(value);
@@ -656,7 +665,10 @@ void kiv_chart1d_add_curve(KivChart1D *h, KivFunction *f) {
     kiv_chart1d_set_func(h, f);
     return;
   }
-  h->curves = g_list_append(h->curves, g_object_ref(f));
+  {
+    kiv::MutexLock lock(&h->cnvs->mutex);
+    h->curves = g_list_append(h->curves, g_object_ref(f));
+  }
   gtk_widget_queue_resize(GTK_WIDGET(h));
 }
 
@@ -677,11 +689,11 @@ void kiv_chart1d_set_func(KivChart1D *h, KivFunction *f) {
 }
 
 void kiv_chart1d_draw_x_axis(KivChart1D *h, KivChartAxisPos val) {
-  h->drawaxis = (h->drawaxis & ~0xFUL) | static_cast<unsigned long>(val);
+  h->drawaxis = kiv::with_axis_pos(h->drawaxis, KIV_AXIS_X_MASK, static_cast<unsigned long>(val));
 }
 
 void kiv_chart1d_draw_y_axis(KivChart1D *h, KivChartAxisPos val) {
-  h->drawaxis = (h->drawaxis & ~0xF0UL) | (static_cast<unsigned long>(val) << 4);
+  h->drawaxis = kiv::with_axis_pos(h->drawaxis, KIV_AXIS_Y_MASK, static_cast<unsigned long>(val));
 }
 
 void kiv_chart1d_filled(KivChart1D *h, gboolean z) {
@@ -724,16 +736,17 @@ gchar *kiv_chart1d_get_ytitle(KivChart1D *h) {
   return h->ytitle;
 }
 
+/* Unlike the "xtitle" property, which a NULL clears, the setters keep the
+ * title they have when given NULL, and they write without the bounded
+ * try-lock of property writes. */
 void kiv_chart1d_set_xtitle(KivChart1D *h, const char *tit) {
   if (tit == NULL)
     return;
-  g_free(h->xtitle);
-  h->xtitle = g_strdup(tit);
+  chart1d_replace_string(&h->xtitle, tit);
 }
 
 void kiv_chart1d_set_ytitle(KivChart1D *h, const char *tit) {
   if (tit == NULL)
     return;
-  g_free(h->ytitle);
-  h->ytitle = g_strdup(tit);
+  chart1d_replace_string(&h->ytitle, tit);
 }

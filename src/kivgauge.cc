@@ -3,7 +3,6 @@
 #include "kivgauge.h"
 #include "axis.h"
 #include "kivchart-protected.h"
-#include "kivchart1d-private.h"
 #include "kiv-private.h"
 
 #include <algorithm>
@@ -32,7 +31,14 @@ struct _KivGaugePrivate {
   GdkFont *upper;
   char *font_family;  /* of the scale labels, title and multiplier */
   GdkColor color;     /* band colour */
-  KivMutex mutex;     /* guards the geometry and the painting */
+  /* The gauge mutex.  The painter (expose, gauge_paint) and size
+   * allocation hold it while they lay out and draw; the setters and property
+   * writes of the range, title, font and colour hold it only for the swap
+   * of the stored value, so a setter called from another thread never
+   * frees a string the painter is reading.  It is a leaf: nothing else is
+   * taken while it is held, and gtk calls that may paint are made outside
+   * it.  The tracer's own mutex is never held together with it. */
+  KivMutex mutex;
 };
 
 enum {
@@ -173,44 +179,45 @@ void gauge_disc(cairo_t *cr, const KivGaugePrivate *priv, double r, const GdkCol
   cairo_fill(cr);
 }
 
-/* Builds the scale for the current range and draws band, ticks, face, hub,
- * labels, title and multiplier with the context of the paint in progress. */
-void gauge_update_scale(KivGauge *gg) {
-  g_return_if_fail(KIV_IS_GAUGE(gg));
-  KivGaugePrivate *priv = gg->priv;
-  GtkWidget *widget = GTK_WIDGET(gg);
-  GtkStyle *style = gtk_widget_get_style(widget);
-  cairo_t *cr = priv->cairo;
-  const Scale scale = gauge_scale(gg);
-  const float lo = scale.lo, hi = scale.hi;
+/* The major divisions of the scale, and the minor ones within a major one. */
+struct Divisions {
+  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
+  float mwmn = 0.0f, mwmx = 0.0f, mbw = 0.0f;
+};
 
-  double mantisa, e;
-  get_order_of_magnitude(lo, hi, 3.0, &mantisa, &e);
-  const double s = e != 0.0 ? std::pow(10.0, e) : 1.0;
-
+Divisions gauge_divisions(float lo, float hi) {
   /* getbins() leaves its outputs alone for a range it cannot divide, so
    * they start out as an empty scale. */
-  float wmn = 0.0f, wmx = 0.0f, bw = 0.0f;
+  Divisions d;
   int nbins = 0;
-  getbins(lo, hi, kMajorDivisions, &wmn, &wmx, &nbins, &bw);
+  getbins(lo, hi, kMajorDivisions, &d.wmn, &d.wmx, &nbins, &d.bw);
   /* getbins() lets its limits lie outside the range by a sliver of a
    * division.  A label there would be clamped onto the end of the scale
    * with a value the range does not hold, so such a limit moves inward. */
-  if (lo - wmn > kTrimTolerance)
-    wmn += bw;
-  if (wmx - hi > kTrimTolerance)
-    wmx -= bw;
-  float mwmn = 0.0f, mwmx = 0.0f, mbw = 0.0f;
+  if (lo - d.wmn > kTrimTolerance)
+    d.wmn += d.bw;
+  if (d.wmx - hi > kTrimTolerance)
+    d.wmx -= d.bw;
   int mnbins = 0;
-  getbins(0.0f, bw, kMinorDivisions, &mwmn, &mwmx, &mnbins, &mbw);
+  getbins(0.0f, d.bw, kMinorDivisions, &d.mwmn, &d.mwmx, &mnbins, &d.mbw);
+  return d;
+}
 
+/* The angle of the low end of the scale and the angle per unit of value. */
+void gauge_set_angles(KivGaugePrivate *priv, float lo, float hi) {
   const double range = 2.0 * (kPi - std::fabs(std::atan2(priv->rx, priv->ry)));
   double angmn = std::atan2(-priv->ry, -priv->rx);
   if (angmn < 0.0)
     angmn += 2.0 * kPi;
   priv->angmn = angmn;
   priv->step = range / (static_cast<double>(hi) - lo);
+}
 
+/* The coloured band with its ticks, then the face and the hub over it. */
+void gauge_draw_band(KivGauge *gg, const Divisions &d) {
+  KivGaugePrivate *priv = gg->priv;
+  GtkStyle *style = gtk_widget_get_style(GTK_WIDGET(gg));
+  cairo_t *cr = priv->cairo;
   const double pc = priv->pannel;
   const double r = priv->rx;
   const double r0 = priv->rx * (1.0 - pc);
@@ -230,19 +237,25 @@ void gauge_update_scale(KivGauge *gg) {
   gauge_disc(cr, priv, r, &priv->color);
 
   gdk_cairo_set_source_color(cr, &style->fg[GTK_STATE_NORMAL]);
-  gauge_each_division(wmn, wmx, bw, true,
+  gauge_each_division(d.wmn, d.wmx, d.bw, true,
                       [&](double x) { gauge_ray(cr, priv, gauge_get_phi(gg, x), r0, r); });
-  gauge_each_division(wmn, wmx, bw, false, [&](double x) {
-    gauge_each_division(mwmn, mwmx, mbw, false,
+  gauge_each_division(d.wmn, d.wmx, d.bw, false, [&](double x) {
+    gauge_each_division(d.mwmn, d.mwmx, d.mbw, false,
                         [&](double y) { gauge_ray(cr, priv, gauge_get_phi(gg, x + y), r0, r1); });
   });
   cairo_restore(cr);
 
   gauge_disc(cr, priv, r0, &style->bg[GTK_STATE_NORMAL]);
   gauge_disc(cr, priv, priv->rx * priv->dot, &style->fg[GTK_STATE_NORMAL]);
+}
 
-  const double rl = priv->rx * (1.0 - pc) - priv->cdiag;
-  gauge_each_division(wmn, wmx, bw, true, [&](double x) {
+/* The value of each major division, inside the band, divided by s. */
+void gauge_draw_labels(KivGauge *gg, const Divisions &d, double s) {
+  KivGaugePrivate *priv = gg->priv;
+  GtkWidget *widget = GTK_WIDGET(gg);
+  cairo_t *cr = priv->cairo;
+  const double rl = priv->rx * (1.0 - priv->pannel) - priv->cdiag;
+  gauge_each_division(d.wmn, d.wmx, d.bw, true, [&](double x) {
     double phi = gauge_get_phi(gg, x);
     char buf[kTextSize];
     gauge_format_number(buf, x / s);
@@ -252,10 +265,16 @@ void gauge_update_scale(KivGauge *gg) {
     /* The top label would touch the band's top tick: it is raised. */
     if (std::fabs(phi - kPi / 2.0) < kTopLabelWindow)
       yo += 0.5 * text.height;
-    gauge_show_text(cr, text, ox + xo, oy - yo);
+    gauge_show_text(cr, text, priv->ox + xo, priv->oy - yo);
   });
+}
 
-  /* Title and multiplier are stacked upward from the bottom of the area. */
+/* Title and multiplier are stacked upward from the bottom of the area. */
+void gauge_draw_titles(KivGauge *gg, double s, double e) {
+  KivGaugePrivate *priv = gg->priv;
+  GtkWidget *widget = GTK_WIDGET(gg);
+  cairo_t *cr = priv->cairo;
+  const double ox = priv->ox;
   int row = kiv::trunc_to_int(priv->cy);
   if (gg->title != NULL) {
     /* The title is the caller's markup and may be of any length: it is
@@ -268,7 +287,6 @@ void gauge_update_scale(KivGauge *gg) {
     row -= text.height + kRowGap;
     gauge_show_text(cr, text, ox - text.width / 2, row);
   }
-  priv->ex = e;
   if (s != 1.0) {
     char buf[kTextSize];
     g_snprintf(buf, sizeof buf, "x10<sup>%d</sup>", kiv::trunc_to_int(e));
@@ -276,6 +294,26 @@ void gauge_update_scale(KivGauge *gg) {
     row -= text.height + kRowGap;
     gauge_show_text(cr, text, ox - text.width / 2, row);
   }
+}
+
+/* Builds the scale for the current range and draws band, ticks, face, hub,
+ * labels, title and multiplier with the context of the paint in progress. */
+void gauge_update_scale(KivGauge *gg) {
+  g_return_if_fail(KIV_IS_GAUGE(gg));
+  KivGaugePrivate *priv = gg->priv;
+  const Scale scale = gauge_scale(gg);
+  const float lo = scale.lo, hi = scale.hi;
+
+  double mantisa, e;
+  get_order_of_magnitude(lo, hi, 3.0, &mantisa, &e);
+  const double s = e != 0.0 ? std::pow(10.0, e) : 1.0;
+
+  const Divisions d = gauge_divisions(lo, hi);
+  gauge_set_angles(priv, lo, hi);
+  gauge_draw_band(gg, d);
+  gauge_draw_labels(gg, d, s);
+  gauge_draw_titles(gg, s, e);
+  priv->ex = e;
 }
 
 void gauge_size_request(GtkWidget *widget, GtkRequisition *requisition) {
@@ -340,6 +378,25 @@ void gauge_size_allocate(GtkWidget *widget, GtkAllocation *allocation) {
     gauge_expose(widget, NULL);
 }
 
+/* The one write path of the settings the painter reads: properties and
+ * public setters both come here.  A string is copied before the old one
+ * goes, since the caller may pass that very string back. */
+void gauge_replace_string(KivGauge *gg, char **slot, const char *s) {
+  gchar *copy = g_strdup(s);
+  gchar *old = NULL;
+  {
+    kiv::MutexLock lock(&gg->priv->mutex);
+    old = *slot;
+    *slot = copy;
+  }
+  g_free(old);
+}
+
+void gauge_store_range(KivGauge *gg, float *limit, float v) {
+  kiv::MutexLock lock(&gg->priv->mutex);
+  *limit = v;
+}
+
 } // namespace
 
 static void kiv_gauge_finalize(GObject *object) {
@@ -362,10 +419,10 @@ static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue 
   KivGauge *gg = KIV_GAUGE(object);
   switch (prop_id) {
   case PROP_XMIN:
-    gg->xmin = gauge_to_float(g_value_get_double(value));
+    gauge_store_range(gg, &gg->xmin, gauge_to_float(g_value_get_double(value)));
     break;
   case PROP_XMAX:
-    gg->xmax = gauge_to_float(g_value_get_double(value));
+    gauge_store_range(gg, &gg->xmax, gauge_to_float(g_value_get_double(value)));
     break;
   case PROP_TITLE:
     kiv_gauge_set_title(gg, g_value_get_string(value));
@@ -374,8 +431,7 @@ static void kiv_gauge_set_property(GObject *object, guint prop_id, const GValue 
     kiv_gauge_set_color(gg, g_value_get_string(value));
     break;
   case PROP_FONT:
-    g_free(gg->priv->font_family);
-    gg->priv->font_family = g_value_dup_string(value);
+    gauge_replace_string(gg, &gg->priv->font_family, g_value_get_string(value));
     break;
   case PROP_DEPTH:
     g_object_set(gg->tracer, "nx", g_value_get_int(value), NULL);
@@ -484,10 +540,7 @@ float kiv_gauge_get_value(KivGauge *gg) {
 }
 
 void kiv_gauge_set_title(KivGauge *gg, const char *tit) {
-  /* Copied before the old title goes: the caller may pass that title. */
-  gchar *title = g_strdup(tit);
-  g_free(gg->title);
-  gg->title = title;
+  gauge_replace_string(gg, &gg->title, tit);
   if (gtk_widget_get_realized(GTK_WIDGET(gg)))
     gtk_widget_queue_resize(GTK_WIDGET(gg));
 }
@@ -497,8 +550,8 @@ char *kiv_gauge_get_title(KivGauge *gg) {
 }
 
 void kiv_gauge_set_range(KivGauge *gg, float xmin, float xmax) {
-  gg->xmin = xmin;
-  gg->xmax = xmax;
+  gauge_store_range(gg, &gg->xmin, xmin);
+  gauge_store_range(gg, &gg->xmax, xmax);
   gtk_widget_queue_draw(GTK_WIDGET(gg));
 }
 
@@ -510,13 +563,12 @@ void kiv_gauge_set_color(KivGauge *gg, const char *color_name) {
     g_printerr("Cannot get color %s\n", color_name);
     return;
   }
-  gchar *name = g_strdup(color_name);
-  g_free(gg->color);
-  gg->color = name;
-  gg->priv->color = parsed;
   GtkWidget *widget = GTK_WIDGET(gg);
   if (gtk_widget_get_realized(widget))
-    gdk_color_alloc(gtk_widget_get_colormap(widget), &gg->priv->color);
+    gdk_color_alloc(gtk_widget_get_colormap(widget), &parsed);
+  gauge_replace_string(gg, &gg->color, color_name);
+  kiv::MutexLock lock(&gg->priv->mutex);
+  gg->priv->color = parsed;
 }
 
 void kiv_gauge_set_squared(KivGauge *gg, gboolean squared) {

@@ -165,14 +165,6 @@ int tracer_resize(KivFunction *f, int width, int) {
 
 } // namespace
 
-static void kiv_tracer_dispose(GObject *object) {
-  G_OBJECT_CLASS(kiv_tracer_parent_class)->dispose(object);
-}
-
-static void kiv_tracer_finalize(GObject *object) {
-  G_OBJECT_CLASS(kiv_tracer_parent_class)->finalize(object);
-}
-
 /* Like the histogram's, these handlers take no lock: a rebin writes "nx"
  * with the mutex held. */
 static void kiv_tracer_set_property(GObject *object, guint prop_id, const GValue *value,
@@ -226,8 +218,6 @@ static void kiv_tracer_class_init(KivTracerClass *klass) {
 
   object_class->set_property = kiv_tracer_set_property;
   object_class->get_property = kiv_tracer_get_property;
-  object_class->dispose = kiv_tracer_dispose;
-  object_class->finalize = kiv_tracer_finalize;
 
   function_class->array = tracer_array;
   function_class->resize = tracer_resize;
