@@ -4,6 +4,9 @@
 #ifndef KIV_CHART2D_PRIVATE_H
 #define KIV_CHART2D_PRIVATE_H
 
+#include "kivchart2d.h"
+#include "kivchart1d-private.h"
+
 #include <glib.h>
 
 #include <utility>
@@ -109,6 +112,52 @@ bool chart2d_index_sort(int n, Entry *indx, Key key, int *stack, int nstack) {
   }
 }
 
+/* The outline of every cell and colour box. */
+constexpr double kMapLineWidth = 0.25;
+
+inline void fill_and_stroke_box(cairo_t *cr, const GdkColor &col, double x, double y, double w,
+                                double hgt) {
+  kiv::set_source_color(cr, col);
+  cairo_rectangle(cr, x, y, w, hgt);
+  cairo_fill_preserve(cr);
+  cairo_stroke(cr);
+}
+
 } // namespace kiv
+
+/* The chart's private record. */
+struct KivChart2DPrivate {
+  /* The nonzero cells of the last frame step in the order of dkey, so that
+   * the pixmap step walks through contents and cell numbers in order
+   * rather than all over the histogram. */
+  std::vector<kiv::SortedCell> sorted;
+  /* The radix sort's second buffer. */
+  std::vector<kiv::SortedCell> scratch;
+  /* The contents the index was built from, bit for bit, and how many of
+   * its entries were sorted (the NaN cells come after them): a redraw of
+   * the same contents (pointer motion, a paused acquisition) keeps the
+   * index.  A fill counter would not do, since a caller may write into an
+   * array lent through "ptr" without any fill; comparing 8 MB costs about
+   * a millisecond where ordering a million cells costs a hundred. */
+  std::vector<double> indexed;
+  int nsorted = 0;
+  /* Whether the last frame step kept the index of the one before. */
+  bool index_kept = false;
+  /* The image before and after the cells of the last redraw were painted
+   * into it, and what the painting depended on: a redraw of an unchanged
+   * map into an unchanged picture copies the cells' pixels back instead of
+   * painting a million cells again (pointer motion redraws the chart):
+   * 2 ms instead of 65 for 1000 x 1000 cells (figure 5). */
+  struct PaintedCells {
+    std::vector<double> inputs;
+    std::vector<guint32> before, after;
+    int last = -1; /* colour of the last cell painted */
+  } painted;
+};
+KivChart2DPrivate *chart2d_private(KivChart2D *h);
+
+/* Paints the cells of the last frame step, in order of content, into cr
+ * (kivchart2d-paint.cc). */
+void chart2d_draw_cells(KivChart2D *h, cairo_t *cr);
 
 #endif /* KIV_CHART2D_PRIVATE_H */
