@@ -151,7 +151,7 @@ void chart1d_draw_frame(KivChart1D *h) {
 void chart1d_draw_pixmap(KivChart1D *h) {
   KivCanvas *c = h->cnvs;
   cairo_t *cr = c->cairo;
-  cairo_save(cr);
+  kiv::StepState state(cr);
   cairo_set_line_width(cr, c->line_width);
   cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
 
@@ -170,13 +170,6 @@ void chart1d_draw_pixmap(KivChart1D *h) {
       cairo_fill_preserve(cr);
     cairo_stroke(cr);
   }
-
-  /* The source colour is the last curve's, as the steps after this one
-   * expect; only line width and join go back. */
-  cairo_pattern_t *source = cairo_pattern_reference(cairo_get_source(cr));
-  cairo_restore(cr);
-  cairo_set_source(cr, source);
-  cairo_pattern_destroy(source);
 }
 
 void chart1d_fill_legend_layout(KivChart1D *h, PangoLayout *layout) {

@@ -52,6 +52,26 @@ inline unsigned long with_axis_pos(unsigned long drawaxis, unsigned long mask,
   return (drawaxis & ~mask) | (pos << axis_mask_shift(mask));
 }
 
+/* Saves the context's state for a drawing step (line width, join) and
+ * puts it back when the step ends, however it ends, all but the source:
+ * the steps after it draw in the colour the step left, as the redraw
+ * expects. */
+class StepState {
+public:
+  explicit StepState(cairo_t *cr) : cr_(cr) { cairo_save(cr_); }
+  ~StepState() {
+    cairo_pattern_t *source = cairo_pattern_reference(cairo_get_source(cr_));
+    cairo_restore(cr_);
+    cairo_set_source(cr_, source);
+    cairo_pattern_destroy(source);
+  }
+  StepState(const StepState &) = delete;
+  StepState &operator=(const StepState &) = delete;
+
+private:
+  cairo_t *cr_;
+};
+
 /* cairo takes colour components from 0 to 1, GDK keeps 16-bit ones. */
 inline void set_source_color(cairo_t *cr, const GdkColor &c) {
   cairo_set_source_rgb(cr, c.red / 65535.0, c.green / 65535.0, c.blue / 65535.0);

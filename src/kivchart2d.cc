@@ -299,23 +299,6 @@ void chart2d_draw_frame(KivChart1D *h) {
  * Pixmap step.
  * ------------------------------------------------------------------- */
 
-/* Sets the line width of the map and puts the caller's back on every way
- * out of the step. */
-class LineWidthScope {
-public:
-  LineWidthScope(cairo_t *cr, double width) : cr_(cr), saved_(cairo_get_line_width(cr)) {
-    cairo_set_line_width(cr, width);
-  }
-  ~LineWidthScope() { cairo_set_line_width(cr_, saved_); }
-  LineWidthScope(const LineWidthScope &) = delete;
-  LineWidthScope &operator=(const LineWidthScope &) = delete;
-
-private:
-  cairo_t *cr_;
-  double saved_;
-};
-
-
 /* The mark of the selected part of the value range, right of the colour
  * scale: a committed "zrange" in preference to a drag in progress. */
 void chart2d_draw_selection_mark(KivChart1D *h, cairo_t *cr) {
@@ -361,7 +344,8 @@ void chart2d_draw_pixmap(KivChart1D *h) {
   if (h2->ncol == 0)
     return;
   cairo_t *cr = h->cnvs->cairo;
-  LineWidthScope width(cr, kMapLineWidth);
+  kiv::StepState state(cr);
+  cairo_set_line_width(cr, kMapLineWidth);
 
   chart2d_draw_selection_mark(h, cr);
   chart2d_draw_color_scale(h2, cr);
