@@ -54,9 +54,11 @@ kiv_build_fuzzers() {
 }
 
 # Runs a command under a private X server unless told to use the display
-# already there (the widget tests need one).
+# already there (the widget tests need one).  Without -noreset the server
+# starts afresh whenever its last client leaves, and a test that connects
+# in that moment finds no display.
 kiv_with_x() {
-  xvfb-run -a -s "-screen 0 1280x1024x24" "$@"
+  xvfb-run -a -s "-screen 0 1280x1024x24 -noreset" "$@"
 }
 
 # The text dump follows the numeric locale; its test needs one whose decimal
