@@ -170,24 +170,22 @@ static void test_every_point_kept(void) {
   g_assert_cmpint(h->xpt[0].n, ==, 30001);
   g_object_unref(hist);
 
-  std::vector<double> x(5000), y(5000, 1.0);
-  for (size_t i = 0; i < x.size(); i++)
-    x[i] = i < 4999 ? i * 1e-3 : 100.0;
-  KivGraph *graph = kiv_graph_new(5000, x.data(), y.data());
-  Toplevel g(kiv_chart1d_new(KIV_FUNCTION(graph)), 300, 225);
-  g_object_set(g.widget, "hxmin", 0.0, "hxmax", 100.0, NULL);
-  g_object_unref(read_pixmap(g.widget));
-  g_assert_cmpint(KIV_CHART1D(g.widget)->xpt[0].n, ==, 5000);
-  g_object_unref(graph);
-
-  for (size_t i = 0; i < 1000; i++)
-    x[i] = i / 1000.0;
-  KivGraph *sparse = kiv_graph_new(1000, x.data(), y.data());
-  Toplevel sg(kiv_chart1d_new(KIV_FUNCTION(sparse)), 300, 225);
-  g_object_set(sg.widget, "hxmin", 0.0, "hxmax", 1.0, NULL);
-  g_object_unref(read_pixmap(sg.widget));
-  g_assert_cmpint(KIV_CHART1D(sg.widget)->xpt[0].n, ==, 1000);
-  g_object_unref(sparse);
+  /* Graphs of n points over [0, xmax]: one with a gap of 95 at its end,
+   * and one of fewer than four points a column. */
+  auto points_drawn = [](int n, double xmax, double step) {
+    std::vector<double> x(static_cast<size_t>(n)), y(static_cast<size_t>(n), 1.0);
+    for (int i = 0; i < n; i++)
+      x[static_cast<size_t>(i)] = i < n - 1 ? i * step : xmax;
+    KivGraph *graph = kiv_graph_new(n, x.data(), y.data());
+    Toplevel g(kiv_chart1d_new(KIV_FUNCTION(graph)), 300, 225);
+    g_object_set(g.widget, "hxmin", 0.0, "hxmax", xmax, NULL);
+    g_object_unref(read_pixmap(g.widget));
+    int drawn = KIV_CHART1D(g.widget)->xpt[0].n;
+    g_object_unref(graph);
+    return drawn;
+  };
+  g_assert_cmpint(points_drawn(5000, 100.0, 1e-3), ==, 5000);
+  g_assert_cmpint(points_drawn(1000, 0.999, 1e-3), ==, 1000);
 }
 
 /* A vector picture strokes the reduced curve: a PDF of a million bins of
