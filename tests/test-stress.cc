@@ -1,662 +1,465 @@
-/* Stress tests of the data objects under real threads: producers fill
- * histograms, profiles, tracers, graphs and two-dimensional histograms
- * while a controller takes point arrays, rebins, changes ranges and writes
- * properties.  Afterwards every total must be exact, no array may have been
- * torn and nothing may have deadlocked (the harness's watchdog aborts).
+/* Every class under real threads at once.  Producer threads fill a
+ * histogram (in batches), a profile (both entry points), a tracer, a graph
+ * (whole resets) and a two-dimensional histogram; a reader thread fetches
+ * their point arrays; and the main loop, while two charts, a colour map
+ * and a gauge redraw on short timers in a mapped window, rebins, resizes,
+ * changes ranges, swaps curves, writes properties, takes copies and
+ * exports.  Every point array is checked where it is made, under the
+ * object's lock, so a torn update fails wherever it is seen; every total is
+ * exact afterwards; and a watchdog turns a deadlock or a livelock into a
+ * failure with a message instead of a stalled run.
  *
- * The values filled are multiples of 1/8 and the weights multiples of 1/2,
- * and every rebin and range change maps old bin edges onto new ones or
- * halves them, so that all sums are exact in double precision and can be
- * compared with ==. */
-#include "kiv-stress.h"
+ * Weights are multiples of 1/2 and every binning splits [0, 16) at powers
+ * of two, so all sums are exact and compare with ==. */
+#include "kiv-test.h"
+#include "kivchart-protected.h"
 
+#include <glib/gstdio.h>
+
+#include <atomic>
 #include <cstdio>
-#include <vector>
+#include <string>
 
 namespace {
 
-using kivstress::Lcg;
-using kivstress::Scenario;
-using kivstress::tag_of;
-using kivstress::tagged;
+/* Aborts the program when it is not stopped in time.  It polls instead of
+ * waiting on a condition, so it needs nothing a deadlocked program holds. */
+struct Watchdog {
+  const char *what;
+  double limit;
+  gint64 deadline = g_get_monotonic_time() + gint64(limit * G_USEC_PER_SEC);
+  std::atomic<const char *> activity{"starting"};
+  std::atomic<bool> stop{false};
+  GThread *thread = g_thread_new("watchdog", watch, this);
+  ~Watchdog() {
+    stop = true;
+    g_thread_join(thread);
+  }
+  static gpointer watch(gpointer data) {
+    auto *self = static_cast<Watchdog *>(data);
+    for (; !self->stop; g_usleep(20000))
+      if (g_get_monotonic_time() > self->deadline) {
+        g_printerr("\nWATCHDOG: %s did not finish within %.0f s (%s): a deadlock or a livelock; "
+                   "aborting\n", self->what, self->limit, self->activity.load());
+        abort();
+      }
+    return NULL;
+  }
+};
 
-void count_signal(gpointer, gpointer data) {
-  static_cast<std::atomic<uint64_t> *>(data)->fetch_add(1, std::memory_order_relaxed);
+/* KIV_STRESS_SECONDS, or a short default for the plain test run. */
+double run_seconds() {
+  const char *v = g_getenv("KIV_STRESS_SECONDS");
+  double d = v ? g_ascii_strtod(v, NULL) : 0.0;
+  return d > 0.0 ? d : 2.0;
 }
 
-/* Checks a dump's shape: a header line with the bin count, a title line,
- * then one line per bin of columns + 1 tab-separated numbers. */
-void assert_dump_shape(GString *dump, int nbin, int columns) {
-  g_assert_nonnull(dump);
-  gchar **lines = g_strsplit(dump->str, "\n", -1);
-  g_assert_cmpint(g_strv_length(lines), ==, nbin + 3);
-  g_assert_cmpstr(lines[nbin + 2], ==, "");
-  int n = -1;
-  g_assert_cmpint(sscanf(lines[0], "1D %d", &n), ==, 1);
-  g_assert_cmpint(n, ==, nbin);
-  for (int i = 2; i < nbin + 2; i++) {
-    gchar **cols = g_strsplit(lines[i], "\t", -1);
-    g_assert_cmpint(g_strv_length(cols), ==, columns + 1);
-    g_strfreev(cols);
-  }
-  g_strfreev(lines);
-  g_string_free(dump, TRUE);
+/* Producer p (1 to 3) fills 4 s + p for s = 1, 2, ..., so that a reader
+ * tells whose value it sees and in which order they came. */
+double tagged(int p, uint64_t s) { return 4.0 * double(s) + p; }
+int tag_of(double v) { return int(std::fmod(v, 4.0)); }
+
+/* A check of every point array a class makes, run in its array slot under
+ * the object's lock, so it sees exactly what a redraw or reader receives. */
+struct ArrayCheck {
+  void (*fn)(const KivTuple &t);
+  std::atomic<uint64_t> passed{0};
+};
+GQuark check_quark() { return g_quark_from_static_string("kiv-stress-check"); }
+
+/* Rebins refill through the fill slot in the rebinning thread: the weight
+ * they add, counted per thread, tells the entries rebins made from those
+ * the producers filled. */
+thread_local double slot_weight = 0.0;
+
+/* A subclass of parent made at run time that only replaces slots. */
+GType derived(GType parent, const char *name, GClassInitFunc init, ArrayCheck *check) {
+  GTypeQuery q;
+  g_type_query(parent, &q);
+  GType type = g_type_register_static_simple(parent, name, q.class_size, init, q.instance_size,
+                                             NULL, GTypeFlags(0));
+  g_type_set_qdata(type, check_quark(), check);
+  return type;
+}
+template <typename T> T *parent_class(gpointer obj) {
+  return static_cast<T *>(g_type_class_peek_parent(G_OBJECT_GET_CLASS(obj)));
+}
+void checked_array(KivFunction *f, KivTuple *t, double xa, double xb) {
+  parent_class<KivFunctionClass>(f)->array(f, t, xa, xb);
+  auto *check = static_cast<ArrayCheck *>(g_type_get_qdata(G_OBJECT_TYPE(f), check_quark()));
+  check->fn(*t);
+  check->passed++;
+}
+void checked_init(gpointer klass, gpointer) { KIV_FUNCTION_CLASS(klass)->array = checked_array; }
+void counting_init(gpointer klass, gpointer) {
+  checked_init(klass, NULL);
+  KIV_HISTOGRAM_CLASS(klass)->fill = [](KivHistogram *h, double x, double w) {
+    slot_weight += w;
+    parent_class<KivHistogramClass>(h)->fill(h, x, w);
+  };
 }
 
-/* --- Histogram: fills against rebins and range changes ------------------ */
-
-/* The binnings the controller moves through, in a cycle that conserves the
- * contents: every fill lies in [0, 16), which each of them covers, and the
- * content that a change of "xmin" relabels comes back to [0, 16) with the
- * next one before a rebin could drop it. */
-struct Binning {
-  int nbin;
-  double xmin, step;
-};
-constexpr Binning kBinnings[] = {{16, 0, 1}, {8, 0, 2}, {32, -16, 1}, {32, -48, 2}};
-
-class HistogramScenario : public Scenario {
-public:
-  HistogramScenario() {
-    h_ = KIV_HISTOGRAM(g_object_new(counting_histogram_get_type(), "nx", 16, "xmin", 0.0, "xmax",
-                                    16.0, "ptr", NULL, NULL));
-    g_signal_connect(h_, "changed", G_CALLBACK(count_signal), &changed_);
+/* Producers fill one entry at each of 0.5, 1.5, ... 15.5 in one batch, so
+ * every bin inside [0, 16) holds the same and every bin outside nothing,
+ * whatever the binning. */
+ArrayCheck lockstep_check{[](const KivTuple &t) {
+  g_assert_cmpint(t.n % 3, ==, 1);
+  double inside = -1.0;
+  for (int i = 1; i + 1 < t.n; i += 3) {
+    const KivPoint &lo = t.P[i], &hi = t.P[i + 1];
+    g_assert_true(lo.x == t.P[i - 1].x && lo.y == hi.y);
+    bool out = hi.x <= 0.0 || lo.x >= 16.0;
+    inside = out || inside >= 0.0 ? inside : lo.y;
+    g_assert_cmpfloat(lo.y, ==, out ? 0.0 : inside);
   }
-  ~HistogramScenario() override { g_object_unref(h_); }
-  const char *name() const override { return "histogram"; }
-  int readers() const override { return 1; }
-
-  void produce(int id, uint64_t k) override {
-    Lcg &r = rng_[id];
-    double x = r.next() % 128 / 8.0;
-    double w = 0.5 * (1 + k % 3);
-    kiv_histogram_fill(h_, x, w);
-    weight_[id] += w;
-  }
-
-  /* The controller owns every change of the binning, so it knows the
-   * binning in force and can check the outline against it exactly. */
-  void control(uint64_t k) override {
-    KivFunction *f = KIV_FUNCTION(h_);
-    switch (k % 6) {
-    case 0: {
-      const Binning &b = kBinnings[state_];
-      KivTuple t = {0, NULL};
-      kiv_function_get_array(f, &t, b.xmin, b.xmin + b.nbin * b.step);
-      g_assert_cmpint(t.n, ==, 3 * b.nbin + 1);
-      control_total_ = check_outline(t, control_total_);
-      g_assert_true(&b == binning_of(t));
-      kiv_function_clear_tuple(&t);
-      break;
-    }
-    case 1:
-      advance();
-      break;
-    case 2: {
-      char name[32];
-      g_snprintf(name, sizeof name, "h-%" G_GUINT64_FORMAT, k);
-      kiv_function_set_name(f, name);
-      gchar *back = kiv_function_get_name(f);
-      g_assert_cmpstr(back, ==, name);
-      g_free(back);
-      break;
-    }
-    case 3: {
-      /* A copy under the lock is a consistent one. */
-      kiv_function_lock(f);
-      KivHistogram *c = kiv_histogram_clone(h_);
-      double sum = 0.0, csum = 0.0;
-      for (int i = 0; i < f->nbin; i++) {
-        sum += h_->y[i];
-        csum += c->y[i];
-      }
-      double entries = kiv_histogram_entries(h_);
-      kiv_function_unlock(f);
-      g_assert_cmpfloat(csum, ==, sum);
-      g_assert_cmpfloat(kiv_histogram_entries(c), ==, entries);
-      g_assert_cmpfloat(entries, >=, sum);
-      g_object_unref(c);
-      break;
-    }
-    case 4: {
-      const Binning &b = kBinnings[state_];
-      assert_dump_shape(kiv_function_print(f), b.nbin, 1);
-      break;
-    }
-    case 5: {
-      const Binning &b = kBinnings[state_];
-      g_assert_cmpint(kiv_function_get_npts(f), ==, b.nbin);
-      g_assert_cmpfloat(kiv_function_get_xmin(f), ==, b.xmin);
-      g_assert_cmpfloat(kiv_function_get_step(f), ==, b.step);
-      g_assert_cmpfloat(kiv_function_get_xmax(f), ==, b.xmin + b.nbin * b.step);
-      break;
-    }
-    }
-  }
-
-  void control_done() override { rebin_weight_ = kivtest::slot_weight; }
-
-  /* A reader that knows nothing of the binning asks for more than the whole
-   * range, as a chart zoomed out would, and sees one of the binnings. */
-  void read(int, uint64_t) override {
-    KivTuple t = {0, NULL};
-    kiv_function_get_array(KIV_FUNCTION(h_), &t, -1e9, 1e9);
-    g_assert_nonnull(binning_of(t));
-    read_total_ = check_outline(t, read_total_);
-    kiv_function_clear_tuple(&t);
-    g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h_), 100.0), ==, 0.0);
-  }
-
-  void verify() override {
-    double filled = 0.0, sum = 0.0;
-    for (double w : weight_)
-      filled += w;
-    KivFunction *f = KIV_FUNCTION(h_);
-    for (int i = 0; i < f->nbin; i++)
-      sum += h_->y[i];
-    g_assert_cmpfloat(filled, >, 0.0);
-    g_assert_cmpfloat(sum, ==, filled);
-    g_assert_cmpfloat(kiv_histogram_entries(h_), ==, filled + rebin_weight_);
-    g_assert_cmpuint(changed_, ==, produced);
-    g_assert_cmpfloat(control_total_, <=, filled);
-    g_assert_cmpfloat(read_total_, <=, filled);
-    g_test_message("stress histogram: %u binning changes", changes_);
-  }
-
-private:
-  static const Binning *binning_of(const KivTuple &t) {
-    if (t.n < 4 || t.n % 3 != 1)
-      return nullptr;
-    int m = (t.n - 1) / 3;
-    for (const Binning &b : kBinnings)
-      if (b.nbin == m && t.P[0].x == b.xmin && t.P[2].x - t.P[0].x == b.step)
-        return &b;
-    return nullptr;
-  }
-
-  /* Every step of the outline in place, no content negative, and a total
-   * that never shrinks: the weights are positive and a rebin conserves. */
-  static double check_outline(const KivTuple &t, double last_total) {
-    const Binning *b = binning_of(t);
-    g_assert_nonnull(b);
-    int m = (t.n - 1) / 3;
-    double prev = 0.0, total = 0.0;
-    for (int k = 0; k < m; k++) {
-      const KivPoint *p = t.P + 3 * k;
-      double lower = b->xmin + k * b->step;
-      g_assert_cmpfloat(p[0].x, ==, lower);
-      g_assert_cmpfloat(p[1].x, ==, lower);
-      g_assert_cmpfloat(p[2].x, ==, lower + b->step);
-      g_assert_cmpfloat(p[0].y, ==, prev);
-      g_assert_cmpfloat(p[1].y, ==, p[2].y);
-      g_assert_cmpfloat(p[1].y, >=, 0.0);
-      prev = p[1].y;
-      total += prev;
-    }
-    g_assert_cmpfloat(t.P[3 * m].x, ==, b->xmin + m * b->step);
-    g_assert_cmpfloat(t.P[3 * m].y, ==, 0.0);
-    g_assert_cmpfloat(total, >=, last_total);
-    return total;
-  }
-
-  /* 16 on [0, 16) -> 8 on [0, 16) -> 32 on [-16, 16) -> "xmin" -48 ->
-   * "xmin" -16 -> 16 on [0, 16). */
-  void advance() {
-    static const int next[] = {1, 2, 3, 2};
-    KivFunction *f = KIV_FUNCTION(h_);
-    switch (state_) {
-    case 0:
-      kiv_histogram_rebin(h_, 8, 0.0, 16.0);
-      break;
-    case 1:
-      kiv_histogram_rebin(h_, 32, -16.0, 16.0);
-      break;
-    case 2:
-      if (back_to_start_) {
-        kiv_histogram_rebin(h_, 16, 0.0, 16.0);
-        state_ = 0;
-        back_to_start_ = false;
-        changes_++;
-        return;
-      }
-      g_object_set(f, "xmin", -48.0, NULL);
-      break;
-    case 3:
-      g_object_set(f, "xmin", -16.0, NULL);
-      back_to_start_ = true;
-      break;
-    }
-    state_ = next[state_];
-    changes_++;
-  }
-
-  KivHistogram *h_;
-  Lcg rng_[3] = {{1}, {2}, {3}};
-  double weight_[3] = {0, 0, 0};
-  int state_ = 0;
-  bool back_to_start_ = false;
-  unsigned changes_ = 0;
-  double control_total_ = 0.0, read_total_ = 0.0, rebin_weight_ = 0.0;
-  std::atomic<uint64_t> changed_{0};
-};
-
-/* --- Profile: fills under the lock, both entry points -------------------- */
-
-/* Bin b only ever receives the value b + 1, so its mean is exactly b + 1
- * and its spread exactly 0 whatever the order of the fills: anything else
- * is a torn update. */
-constexpr int kProfileBins = 8;
-
-class ProfileScenario : public Scenario {
-public:
-  ProfileScenario() { p_ = kiv_profile_new(kProfileBins, 0.0, kProfileBins, NULL); }
-  ~ProfileScenario() override { g_object_unref(p_); }
-  const char *name() const override { return "profile"; }
-
-  void produce(int id, uint64_t k) override {
-    int b = rng_[id].next() % kProfileBins;
-    double x = b + (k % 8) / 8.0;
-    if (k % 4 == 0) {
-      /* Locks by itself, weight 1. */
-      kiv_histogram_fill(KIV_HISTOGRAM(p_), x, b + 1.0);
-      weight_[id][b] += 1.0;
-    } else {
-      double w = 0.5 * (1 + k % 2);
-      kiv_function_lock(KIV_FUNCTION(p_));
-      kiv_profile_fill(p_, x, b + 1.0, w);
-      kiv_function_unlock(KIV_FUNCTION(p_));
-      weight_[id][b] += w;
-    }
-  }
-
-  void control(uint64_t k) override {
-    KivFunction *f = KIV_FUNCTION(p_);
-    switch (k % 3) {
-    case 0: {
-      KivTuple t = {0, NULL};
-      kiv_function_get_array(f, &t, 0.0, kProfileBins);
-      g_assert_cmpint(t.n, ==, 3 * kProfileBins + 1);
-      for (int b = 0; b < kProfileBins; b++) {
-        double mean = t.P[3 * b + 1].y;
-        g_assert_true(mean == 0.0 || mean == b + 1.0);
-        g_assert_cmpfloat(t.P[3 * b + 2].y, ==, mean);
-      }
-      kiv_function_clear_tuple(&t);
-      break;
-    }
-    case 1: {
-      /* The profile's own properties take no lock: the reader holds it. */
-      double *n = NULL, *rms = NULL;
-      kiv_function_lock(f);
-      g_object_get(p_, "ntotal", &n, "rms", &rms, NULL);
-      kiv_function_unlock(f);
-      for (int b = 0; b < kProfileBins; b++) {
-        g_assert_cmpfloat(n[b], >=, last_n_[b]);
-        last_n_[b] = n[b];
-        g_assert_cmpfloat(rms[b], ==, 0.0);
-      }
-      g_free(n);
-      g_free(rms);
-      break;
-    }
-    case 2:
-      assert_dump_shape(kiv_function_print(f), kProfileBins, 1);
-      kiv_function_set_name(f, k % 2 ? "profile" : "p");
-      break;
-    }
-  }
-
-  void verify() override {
-    double *n = NULL;
-    g_object_get(p_, "ntotal", &n, NULL);
-    double all = 0.0, ys = 0.0;
-    for (int b = 0; b < kProfileBins; b++) {
-      double want = 0.0;
-      for (auto &w : weight_)
-        want += w[b];
-      g_assert_cmpfloat(n[b], ==, want);
-      g_assert_cmpfloat(KIV_HISTOGRAM(p_)->y[b], ==, want > 0 ? b + 1.0 : 0.0);
-      all += want;
-      ys += want * (b + 1.0);
-    }
-    g_free(n);
-    KivStats *st = KIV_HISTOGRAM(p_)->stat;
-    g_assert_cmpfloat(all, >, 0.0);
-    g_assert_cmpfloat(kiv_stats_get_nc(st), ==, all);
-    g_assert_cmpfloat(st->s[1], ==, ys);
-  }
-
-private:
-  KivProfile *p_;
-  Lcg rng_[3] = {{11}, {12}, {13}};
-  double weight_[3][kProfileBins] = {};
-  double last_n_[kProfileBins] = {};
-};
-
-/* --- Tracer: fills against new lengths ---------------------------------- */
-
-/* Producers tag their values (kivstress::tagged).  The history is the
- * latest fills in the order the lock let them in, so each producer's values
- * in it are consecutive and increasing.  The controller shortens the ring
- * only through "nx", which empties it, and lengthens it through the resize
- * wrapper, which keeps the history in order. */
-
-constexpr int kLengths[] = {17, 40, 64};
-
-void assert_history(const KivTuple &t, int max_len) {
-  g_assert_cmpint(t.n, <=, max_len);
+}};
+/* Bin b of the profile only ever receives the value b + 1. */
+ArrayCheck profile_check{[](const KivTuple &t) {
+  for (int i = 1; i + 1 < t.n; i += 3)
+    g_assert_true((t.P[i].y == 0.0 || t.P[i].y == t.P[i].x + 1.0) && t.P[i + 1].y == t.P[i].y);
+}};
+/* The history is the latest fills in the order the lock let them in: each
+ * producer's values in it are consecutive. */
+ArrayCheck history_check{[](const KivTuple &t) {
   double last[4] = {0, 0, 0, 0};
   for (int i = 0; i < t.n; i++) {
-    g_assert_cmpfloat(t.P[i].x, ==, i);
     double v = t.P[i].y;
     int p = tag_of(v);
-    g_assert_cmpint(p, >=, 1);
-    g_assert_true(last[p] == 0.0 || v == last[p] + 4.0);
+    g_assert_true(t.P[i].x == i && p >= 1 && (last[p] == 0.0 || v == last[p] + 4.0));
     last[p] = v;
   }
+}};
+/* Producer p resets the graph to p + 2 points at 0, 0.5, 1 ... all of the
+ * value 4 g + p: a reader sees one whole reset. */
+ArrayCheck graph_check{[](const KivTuple &t) {
+  for (int i = 0; i < t.n; i++)
+    g_assert_true(t.n == tag_of(t.P[0].y) + 2 && t.P[i].x == 0.5 * i && t.P[i].y == t.P[0].y);
+}};
+/* A batch fills every cell at once: a colour map sees all cells equal, so
+ * it indexes all of them or none, over a colour range of one value. */
+std::atomic<uint64_t> maps_checked{0};
+void checked_frame(KivChart1D *h) {
+  parent_class<KivChart1DClass>(h)->draw_frame(h);
+  g_assert_true(KIV_CHART2D(h)->nindx == 0 || KIV_CHART2D(h)->nindx == KIV_CHART2D(h)->ntot);
+  g_assert_cmpfloat(h->cnvs->zmin, ==, h->cnvs->zmax);
+  maps_checked++;
 }
 
-class TracerScenario : public Scenario {
-public:
-  TracerScenario() { tr_ = kiv_tracer_new(kLengths[0]); }
-  ~TracerScenario() override { g_object_unref(tr_); }
-  const char *name() const override { return "tracer"; }
-  int readers() const override { return 1; }
+constexpr int kProducers = 3, kBins = 8, kCells = 32;
+struct Binning {
+  int nbin;
+  double xmin, xmax;
+};
+/* Each covers [0, 16) with edges on it: nothing is lost, the bins inside
+ * stay equal. */
+constexpr Binning kBinnings[] = {{16, 0, 16}, {8, 0, 32}, {32, -16, 16}, {4, 0, 16}};
+constexpr int kLengths[] = {17, 40, 64};
 
-  void produce(int id, uint64_t k) override {
-    kiv_histogram_fill(KIV_HISTOGRAM(tr_), tagged(id + 1, k + 1), 1.0);
-    last_[id] = k + 1;
-  }
+struct Filled {
+  double histogram = 0, cells = 0, profile[kBins] = {};
+  uint64_t batches = 0, traced = 0, resets = 0;
+};
 
-  void control(uint64_t k) override {
-    KivFunction *f = KIV_FUNCTION(tr_);
-    switch (k % 4) {
+struct Stress {
+  KivHistogram *h = KIV_HISTOGRAM(g_object_new(
+      derived(KIV_TYPE_HISTOGRAM, "StressHistogram", counting_init, &lockstep_check), "nx", 16,
+      "xmin", 0.0, "xmax", 16.0, "ptr", NULL, NULL));
+  KivProfile *profile = KIV_PROFILE(g_object_new(
+      derived(KIV_TYPE_PROFILE, "StressProfile", checked_init, &profile_check), "nx", kBins,
+      "xmin", 0.0, "xmax", double(kBins), "ptr", NULL, NULL));
+  KivTracer *tracer = KIV_TRACER(g_object_new(
+      derived(KIV_TYPE_TRACER, "StressTracer", checked_init, &history_check), "nx", kLengths[2],
+      "xmin", 0.0, "xmax", 64.0, "ptr", NULL, NULL));
+  KivGraph *graph = KIV_GRAPH(
+      g_object_new(derived(KIV_TYPE_GRAPH, "StressGraph", checked_init, &graph_check), NULL));
+  KivHistogram2D *h2 = kiv_histogram2d_new(8, 0.0, 8.0, 4, 0.0, 4.0, NULL);
+  GtkWidget *chart_a = kiv_chart1d_new(KIV_FUNCTION(h));
+  GtkWidget *chart_b = kiv_chart1d_new(KIV_FUNCTION(tracer));
+  GtkWidget *chart2d = GTK_WIDGET(g_object_new(
+      derived(KIV_TYPE_CHART2D, "StressChart2D", [](gpointer klass, gpointer) {
+        KIV_CHART1D_CLASS(klass)->draw_frame = checked_frame;
+      }, NULL), "func", h2, "ctype", KIV_COLOR_2D_THERMAL, NULL));
+  GtkWidget *gauge = kiv_gauge_new(0.0f, 100.0f);
+  GtkWidget *table = gtk_table_new(2, 2, TRUE);
+  Filled filled[kProducers];
+  uint64_t generation = 0; /* guarded by the graph's lock */
+  std::atomic<uint64_t> changed{0}, readings{0};
+  std::atomic<bool> done{false};
+  unsigned ops = 0, binning = 0, length = 2, exposes[4] = {0, 0, 0, 0};
+  gchar *dir = g_dir_make_tmp("kiv-stress-XXXXXX", NULL);
+
+  void produce(int id, uint64_t k) {
+    Filled &mine = filled[id];
+    double w = 0.5 * double(1 + k % 3), x[kCells], y[kCells], ws[kCells];
+    for (int i = 0; i < kCells; i++) {
+      x[i] = i % 16 + 0.5;
+      y[i] = i / 8 + 0.5;
+      ws[i] = w;
+    }
+    KivFunction *g = KIV_FUNCTION(graph), *p = KIV_FUNCTION(profile), *m = KIV_FUNCTION(h2);
+    int b = int(k / 5 % kBins), n = id + 3;
+    switch ((id + k) % 5) {
     case 0:
-    case 2: {
-      KivTuple t = {0, NULL};
-      kiv_function_get_array(f, &t, 0.0, 0.0);
-      assert_history(t, kLengths[length_]);
-      kiv_function_clear_tuple(&t);
+      kiv_histogram_fill_n(h, x, ws, 16);
+      mine.histogram += 16 * w;
+      mine.batches++;
       break;
-    }
-    case 1:
-      length_ = (length_ + 1) % 3;
-      if (length_ == 0) {
-        /* The tracer's "nx" handler takes no lock: the writer holds it. */
-        kiv_function_lock(f);
-        g_object_set(tr_, "nx", kLengths[0], NULL);
-        kiv_function_unlock(f);
+    case 1: /* Both entry points: one locks by itself, with weight 1. */
+      if (k % 2) {
+        kiv_histogram_fill(KIV_HISTOGRAM(profile), b + 0.5, b + 1.0);
+        w = 1.0;
       } else {
-        g_assert_cmpint(kiv_function_resize(f, kLengths[length_], 10), ==, 1);
+        kiv_function_lock(p);
+        kiv_profile_fill(profile, b + 0.25, b + 1.0, w);
+        kiv_function_unlock(p);
       }
+      mine.profile[b] += w;
       break;
-    case 3: {
-      kiv_function_lock(f);
-      int npoints = tr_->npoints;
-      double entries = kiv_histogram_entries(KIV_HISTOGRAM(tr_));
-      kiv_function_unlock(f);
-      g_assert_cmpfloat(entries, ==, npoints);
-      kiv_function_set_name(f, "trace");
+    case 2:
+      kiv_histogram_fill(KIV_HISTOGRAM(tracer), tagged(id + 1, ++mine.traced), 1.0);
+      break;
+    case 3:
+      kiv_function_lock(g);
+      for (int i = 0; i < n; i++) {
+        x[i] = 0.5 * i;
+        y[i] = tagged(id + 1, generation + 1);
+      }
+      kiv_graph_reset(graph, n, x, y);
+      generation++;
+      kiv_function_unlock(g);
+      mine.resets++;
+      break;
+    case 4: /* Cells are (i % 8, i / 8): every one once. */
+      for (int i = 0; i < kCells; i++)
+        x[i] = i % 8 + 0.5;
+      kiv_function_lock(m);
+      kiv_histogram2d_fill_n(h2, x, y, ws, kCells);
+      kiv_function_unlock(m);
+      mine.cells += kCells * w;
       break;
     }
-    }
   }
 
-  void read(int, uint64_t) override {
-    KivTuple t = {0, NULL};
-    kiv_function_get_array(KIV_FUNCTION(tr_), &t, 0.0, 0.0);
-    assert_history(t, kLengths[2]);
-    kiv_function_clear_tuple(&t);
-  }
-
-  void verify() override {
-    KivTuple t = {0, NULL};
-    kiv_function_get_array(KIV_FUNCTION(tr_), &t, 0.0, 0.0);
-    assert_history(t, kLengths[length_]);
-    g_assert_cmpint(t.n, ==, tr_->npoints);
-    /* A producer's newest value in the history is its last one. */
-    double newest[4] = {0, 0, 0, 0}, sum = 0.0, sum2 = 0.0;
-    for (int i = 0; i < t.n; i++) {
-      double v = t.P[i].y;
-      newest[tag_of(v)] = v;
-      sum += v;
-      sum2 += v * v;
-    }
-    for (int p = 1; p <= 3; p++)
-      g_assert_true(newest[p] == 0.0 || newest[p] == tagged(p, last_[p - 1]));
-    kiv_function_clear_tuple(&t);
-    KivStats *st = KIV_HISTOGRAM(tr_)->stat;
-    g_assert_cmpfloat(st->nc, ==, tr_->npoints);
-    g_assert_cmpfloat(st->s[0], ==, sum);
-    /* The squares may pass 2^53, where the running sum rounds. */
-    g_assert_cmpfloat(fabs(st->s[2] - sum2), <=, sum2 * 1e-12);
-    double max = 0.0;
-    for (int p = 1; p <= 3; p++)
-      if (last_[p - 1] > 0)
-        max = MAX(max, tagged(p, last_[p - 1]));
-    g_assert_cmpfloat(kiv_tracer_get_maximum(tr_), ==, max);
-    g_assert_cmpfloat(kiv_tracer_get_minimum(tr_), ==, tagged(1, 1));
-  }
-
-private:
-  KivTracer *tr_;
-  uint64_t last_[3] = {0, 0, 0};
-  int length_ = 0;
-};
-
-/* --- Graph: resets under the lock against evaluation and arrays ---------- */
-
-/* Producer p resets the graph to p + 2 points at 0, 0.5, 1, ... all of the
- * value 4 g + p, where g counts the resets under the lock.  Whoever reads
- * the graph must see one whole reset: the right number of points for its
- * value, all of them equal. */
-class GraphScenario : public Scenario {
-public:
-  GraphScenario() { g_ = kiv_graph_new(0, NULL, NULL); }
-  ~GraphScenario() override { g_object_unref(g_); }
-  const char *name() const override { return "graph"; }
-  int readers() const override { return 1; }
-
-  void produce(int id, uint64_t) override {
-    double x[5], y[5];
-    int n = id + 3;
-    KivFunction *f = KIV_FUNCTION(g_);
-    kiv_function_lock(f);
-    double v = tagged(id + 1, ++generation_);
-    for (int i = 0; i < n; i++) {
-      x[i] = 0.5 * i;
-      y[i] = v;
-    }
-    kiv_graph_reset(g_, n, x, y);
-    kiv_function_unlock(f);
-    resets_[id]++;
-  }
-
-  static void assert_whole(int n, const double *xv, const double *yv) {
-    if (n == 0)
-      return;
-    g_assert_cmpint(n, ==, tag_of(yv[0]) + 2);
-    for (int i = 0; i < n; i++) {
-      g_assert_cmpfloat(xv[i], ==, 0.5 * i);
-      g_assert_cmpfloat(yv[i], ==, yv[0]);
-    }
-  }
-
-  void control(uint64_t k) override {
-    KivFunction *f = KIV_FUNCTION(g_);
-    if (k % 2 == 0) {
-      KivTuple t = {0, NULL};
-      kiv_function_get_array(f, &t, 0.0, 1.0);
-      std::vector<double> xv, yv;
-      for (int i = 0; i < t.n; i++) {
-        xv.push_back(t.P[i].x);
-        yv.push_back(t.P[i].y);
-      }
-      assert_whole(t.n, xv.data(), yv.data());
-      kiv_function_clear_tuple(&t);
-    } else {
-      /* The graph's own properties take no lock: the reader holds it. */
-      int n = 0;
-      double *xv = NULL, *yv = NULL;
-      kiv_function_lock(f);
-      g_object_get(g_, "nx", &n, "xv", &xv, "yv", &yv, NULL);
-      assert_whole(n, xv, yv);
-      double lo = f->xmin, hi = f->xmax;
-      kiv_function_unlock(f);
-      if (n > 0) {
-        g_assert_cmpfloat(lo, ==, 0.0);
-        g_assert_cmpfloat(hi, ==, 0.5 * (n - 1));
-      }
-    }
-  }
-
-  void read(int, uint64_t k) override {
-    double v = kiv_function_eval(KIV_FUNCTION(g_), 0.1 * (k % 20));
-    g_assert_true(v == 0.0 || tag_of(v) >= 1);
-  }
-
-  void verify() override {
-    uint64_t all = 0;
-    for (uint64_t r : resets_)
-      all += r;
-    g_assert_cmpuint(all, ==, generation_);
-    g_assert_cmpuint(all, ==, produced);
-    g_assert_cmpint(KIV_FUNCTION(g_)->nbin, >, 0);
-    assert_whole(KIV_FUNCTION(g_)->nbin, g_->xv, g_->yv);
-    g_assert_cmpfloat(floor(g_->yv[0] / 4.0), ==, static_cast<double>(generation_));
-  }
-
-private:
-  KivGraph *g_;
-  uint64_t generation_ = 0; /* guarded by the graph's lock */
-  uint64_t resets_[3] = {0, 0, 0};
-};
-
-/* --- Two-dimensional histogram: fills under the lock, range changes ------ */
-
-/* Fills lie in [0, 8) x [0, 4); the controller moves "xmin" between 0 and
- * -8 and "ymin" between 0 and -4, which relabels the cells and keeps every
- * fill inside the grid.  Under the lock the cells always add up to the
- * statistics' entry count. */
-class Histogram2DScenario : public Scenario {
-public:
-  Histogram2DScenario() {
-    h_ = kiv_histogram2d_new(8, 0.0, 8.0, 4, 0.0, 4.0, NULL);
-    g_signal_connect(h_, "changed", G_CALLBACK(count_signal), &changed_);
-  }
-  ~Histogram2DScenario() override { g_object_unref(h_); }
-  const char *name() const override { return "histogram2d"; }
-
-  void produce(int id, uint64_t k) override {
-    uint32_t r = rng_[id].next();
-    double x = r % 64 / 8.0, y = (r >> 6) % 32 / 8.0, w = 0.5 * (1 + k % 2);
-    kiv_function_lock(KIV_FUNCTION(h_));
-    kiv_histogram2d_fill(h_, x, y, w);
-    kiv_function_unlock(KIV_FUNCTION(h_));
-    weight_[id] += w;
-  }
-
-  double cell_sum() const {
-    double s = 0.0;
-    for (int iy = 0; iy < 4; iy++)
-      for (int ix = 0; ix < 8; ix++)
-        s += kiv_histogram2d_get_cell_content(h_, ix, iy);
-    return s;
-  }
-
-  void control(uint64_t k) override {
-    KivFunction *X = KIV_FUNCTION(h_);
-    switch (k % 4) {
-    case 0: {
-      kiv_function_lock(X);
-      double sum = cell_sum();
-      KivStats *s = kiv_stats_new();
-      g_assert_cmpint(kiv_histogram2d_get_stats(h_, s), ==, 0);
-      double vmax = h_->vmax;
-      kiv_function_unlock(X);
-      g_assert_cmpfloat(sum, ==, kiv_stats_get_nc(s));
-      g_assert_cmpfloat(sum, >=, last_sum_);
-      g_assert_cmpfloat(vmax, <=, sum);
-      last_sum_ = sum;
-      g_object_unref(s);
+  /* The main loop's side, on a timeout of its own beside the charts'. */
+  static gboolean operate(gpointer data) {
+    auto *s = static_cast<Stress *>(data);
+    KivChart1D *a = KIV_CHART1D(s->chart_a);
+    KivFunction *f = KIV_FUNCTION(s->h), *t = KIV_FUNCTION(s->tracer), *m = KIV_FUNCTION(s->h2);
+    unsigned k = s->ops++, on = k / 8 % 2;
+    switch (k % 8) {
+    case 0: { /* Chart A follows its main function's range. */
+      const Binning &b = kBinnings[++s->binning % 4];
+      kiv_histogram_rebin(s->h, b.nbin, b.xmin, b.xmax);
+      kiv_assert_each({a->xmin, b.xmin}, {a->xmax, b.xmax}, {double(f->nbin), double(b.nbin)});
       break;
     }
     case 1: {
-      kiv_function_lock(X);
-      KivHistogram2D *c = kiv_histogram2d_clone(h_);
-      double sum = cell_sum();
-      kiv_function_unlock(X);
-      double csum = 0.0;
-      for (int i = 0; i < 32; i++)
-        csum += c->y[i];
-      g_assert_cmpfloat(csum, ==, sum);
-      g_assert_cmpfloat(kiv_stats_get_nc(c->stat), ==, sum);
-      g_object_unref(c);
+      double lo = 0, hi = 0, want = on ? -4.0 : 2.0;
+      g_object_set(a, "hxmin", want, "hxmax", 14.0 - want, NULL);
+      g_object_get(a, "hxmin", &lo, "hxmax", &hi, NULL);
+      kiv_assert_each({lo, want}, {hi, 14.0 - want});
       break;
     }
     case 2:
-      /* A base-class property: it takes the x lock by itself. */
-      g_object_set(h_, "xmin", k % 8 == 2 ? -8.0 : 0.0, NULL);
+      kiv_chart1d_remove_curves(a);
+      kiv_chart1d_add_curve(a, f);
+      kiv_chart1d_add_curve(a, KIV_FUNCTION(s->profile));
+      if (on)
+        kiv_chart1d_add_curve(a, KIV_FUNCTION(s->graph));
+      g_assert_cmpint(kiv_chart1d_get_n_func(a), ==, 2 + on);
       break;
-    case 3:
-      /* A y property takes the y function's lock only; fills read the y
-       * binning under the x lock, which the writer therefore holds. */
-      kiv_function_lock(X);
-      g_object_set(h_, "ymin", k % 8 == 3 ? -4.0 : 0.0, NULL);
-      kiv_function_unlock(X);
-      kiv_function_set_name(X, "map");
+    case 3: { /* Nothing else holds a canvas, so every write is taken. */
+      g_object_set(a, "logy", on, "filled", !on, "stats", on, "xtitle", on ? "t" : "x", NULL);
+      g_object_set(s->chart_b, "stats", on, "vmin", 0.0, "vmax", on ? 50.0 : 0.0, NULL);
+      g_object_set(s->chart2d, "ctype", on ? KIV_COLOR_2D_BW : KIV_COLOR_2D_THERMAL, NULL);
+      int logy = -1, ctype = -1;
+      g_object_get(a, "logy", &logy, NULL);
+      g_object_get(s->chart2d, "ctype", &ctype, NULL);
+      kiv_assert_each({double(logy), double(on)}, {double(ctype), on ? 1.0 * KIV_COLOR_2D_BW : 1.0 * KIV_COLOR_2D_THERMAL});
+      kiv_gauge_set_value(KIV_GAUGE(s->gauge), float(k % 100));
+      g_assert_cmpfloat(kiv_gauge_get_value(KIV_GAUGE(s->gauge)), ==, k % 100);
       break;
     }
+    case 4: { /* Pictures while everything moves, and the text of A's function. */
+      static const char *const kinds[][2] = {{"png", "\x89PNG"}, {"pdf", "%PDF"}, {"svg", "<?xml"}};
+      GtkWidget *c = k / 8 % 3 == 0 ? s->chart_a : k / 8 % 3 == 1 ? s->chart2d : s->chart_b;
+      gchar *path = g_build_filename(s->dir, kinds[k / 8 % 3][0], NULL), *bytes = NULL;
+      g_assert_cmpint(kiv_chart1d_print(KIV_CHART1D(c), path, kinds[k / 8 % 3][0]), ==, 0);
+      g_assert_true(g_file_get_contents(path, &bytes, NULL, NULL));
+      g_assert_true(g_str_has_prefix(bytes, kinds[k / 8 % 3][1]));
+      g_remove(path);
+      g_free(path);
+      g_free(bytes);
+      GString *text = kiv_function_print(kiv_chart1d_get_func(a, 0));
+      int nbin = 0;
+      g_assert_true(sscanf(text->str, "1D %d", &nbin) == 1 && nbin == f->nbin);
+      g_string_free(text, TRUE);
+      break;
+    }
+    case 5: /* Shortening through "nx" empties the history: its handler takes no lock. */
+      s->length = (s->length + 1) % 3;
+      kiv_function_lock(t);
+      if (s->length == 0)
+        g_object_set(s->tracer, "nx", kLengths[0], NULL);
+      kiv_function_unlock(t);
+      if (s->length != 0)
+        g_assert_cmpint(kiv_function_resize(t, kLengths[s->length], 10), ==, 1);
+      break;
+    case 6: { /* Copies under the lock are consistent ones. */
+      KivStats *st = kiv_stats_new();
+      kiv_function_lock(f);
+      KivHistogram *c = kiv_histogram_clone(s->h);
+      double sum = 0, csum = 0, entries = kiv_histogram_entries(s->h);
+      for (int i = 0; i < f->nbin; i++) {
+        sum += s->h->y[i];
+        csum += c->y[i];
+      }
+      kiv_function_unlock(f);
+      kiv_function_lock(m);
+      double cells = 0;
+      for (int i = 0; i < kCells; i++)
+        cells += kiv_histogram2d_get_cell_content(s->h2, i % 8, i / 8);
+      kiv_histogram2d_get_stats(s->h2, st);
+      kiv_function_unlock(m);
+      kiv_function_lock(t);
+      double traced = kiv_histogram_entries(KIV_HISTOGRAM(s->tracer)), npoints = s->tracer->npoints;
+      kiv_function_unlock(t);
+      kiv_assert_each({csum, sum}, {kiv_histogram_entries(c), entries}, {cells, kiv_stats_get_nc(st)}, {traced, npoints});
+      g_object_unref(c);
+      g_object_unref(st);
+      break;
+    }
+    case 7:
+      kiv_function_set_name(f, on ? "h" : "histogram");
+      break;
+    }
+    return TRUE;
   }
 
-  void verify() override {
-    double filled = 0.0;
-    for (double w : weight_)
-      filled += w;
-    g_assert_cmpfloat(filled, >, 0.0);
-    g_assert_cmpfloat(cell_sum(), ==, filled);
-    g_assert_cmpfloat(kiv_stats_get_nc(h_->stat), ==, filled);
-    double max = 0.0;
-    for (int i = 0; i < 32; i++)
-      max = MAX(max, h_->y[i]);
-    g_assert_cmpfloat(h_->vmax, ==, max);
-    g_assert_cmpuint(changed_, ==, produced);
+  /* Nothing lost, nothing counted twice. */
+  void verify() {
+    Filled all;
+    double hmax = 0, ys = 0, nall = 0, *n = NULL;
+    for (int p = 0; p < kProducers; p++) {
+      all.histogram += filled[p].histogram;
+      all.cells += filled[p].cells;
+      all.batches += filled[p].batches;
+      all.resets += filled[p].resets;
+      for (int b = 0; b < kBins; b++)
+        all.profile[b] += filled[p].profile[b];
+      if (filled[p].traced > 0)
+        hmax = MAX(hmax, tagged(p + 1, filled[p].traced));
+    }
+    double sum = 0;
+    for (int i = 0; i < KIV_FUNCTION(h)->nbin; i++)
+      sum += h->y[i];
+    kiv_assert_each({sum, all.histogram}, {kiv_histogram_entries(h), all.histogram + slot_weight},
+                    {double(changed), double(all.batches)});
+    g_object_get(profile, "ntotal", &n, NULL);
+    for (int b = 0; b < kBins; b++) {
+      kiv_assert_each({n[b], all.profile[b]}, {KIV_HISTOGRAM(profile)->y[b], n[b] > 0 ? b + 1.0 : 0});
+      nall += n[b];
+      ys += n[b] * (b + 1);
+    }
+    g_free(n);
+    KivStats *pst = KIV_HISTOGRAM(profile)->stat, *tst = KIV_HISTOGRAM(tracer)->stat;
+    kiv_assert_each({kiv_stats_get_nc(pst), nall}, {pst->s[1], ys});
+    KivTuple t = {0, NULL};
+    kiv_function_get_array(KIV_FUNCTION(tracer), &t, 0.0, 0.0);
+    double tsum = 0;
+    for (int i = 0; i < t.n; i++)
+      tsum += t.P[i].y;
+    kiv_assert_each({double(t.n), double(tracer->npoints)}, {tst->nc, double(t.n)}, {tst->s[0], tsum},
+                    {kiv_tracer_get_maximum(tracer), hmax}, {kiv_tracer_get_minimum(tracer), tagged(1, 1)});
+    kiv_function_clear_tuple(&t);
+    kiv_assert_each({double(all.resets), double(generation)}, {std::floor(graph->yv[0] / 4), double(generation)});
+    double cells = 0;
+    for (int c = 0; c < kCells; c++) {
+      g_assert_cmpfloat(h2->y[c], ==, h2->y[0]);
+      cells += h2->y[c];
+    }
+    kiv_assert_each({cells, all.cells}, {kiv_stats_get_nc(h2->stat), all.cells}, {h2->vmax, h2->y[0]});
+    for (unsigned e : exposes)
+      g_assert_cmpuint(e, >, 0);
+    for (const ArrayCheck *c : {&lockstep_check, &profile_check, &history_check, &graph_check})
+      g_assert_cmpuint(c->passed, >, 0);
+    g_assert_cmpuint(maps_checked, >, 0);
+    g_test_message("stress: %u operations, %" G_GUINT64_FORMAT " readings, %u %u %u %u redraws",
+                   ops, readings.load(), exposes[0], exposes[1], exposes[2], exposes[3]);
   }
-
-private:
-  KivHistogram2D *h_;
-  Lcg rng_[3] = {{21}, {22}, {23}};
-  double weight_[3] = {0, 0, 0};
-  double last_sum_ = 0.0;
-  std::atomic<uint64_t> changed_{0};
 };
 
-/* --- Tests ---------------------------------------------------------------- */
+struct Producer {
+  Stress *s;
+  int id;
+};
 
-template <typename S>
-void run_one() {
-  S s;
-  kivstress::run({&s}, kivstress::run_seconds());
-}
-
-/* Every kind at once, as an application with several producers and
- * charts would run them: the objects share no lock, so nothing may wait
- * on another object's. */
 void test_all_at_once() {
-  HistogramScenario h;
-  ProfileScenario p;
-  TracerScenario t;
-  GraphScenario g;
-  Histogram2DScenario h2;
-  kivstress::run({&h, &p, &t, &g, &h2}, 2 * kivstress::run_seconds());
+  double seconds = run_seconds();
+  Watchdog dog{g_test_get_path(), 60.0 + seconds};
+  Stress s;
+  GtkWidget *widgets[] = {s.chart_a, s.chart_b, s.chart2d, s.gauge};
+  for (int i = 0; i < 4; i++) {
+    gtk_table_attach_defaults(GTK_TABLE(s.table), widgets[i], i % 2, i % 2 + 1, i / 2, i / 2 + 1);
+    g_signal_connect_after(widgets[i], "expose-event", G_CALLBACK((+[](GtkWidget *, GdkEvent *, unsigned *n) { return ++*n, FALSE; })), &s.exposes[i]);
+  }
+  kivtest::Toplevel shown(s.table, 640, 480);
+  kiv_chart1d_add_curve(KIV_CHART1D(s.chart_a), KIV_FUNCTION(s.profile));
+  kiv_chart1d_sync_range(KIV_CHART1D(s.chart_a), TRUE);
+  g_signal_connect_swapped(s.h, "changed", G_CALLBACK(+[](std::atomic<uint64_t> *n) { ++*n; }), &s.changed);
+  for (GtkWidget *c : {s.chart_a, s.chart_b, s.chart2d})
+    kiv_chart1d_monitor_start(KIV_CHART1D(c), 10);
+  guint source = g_timeout_add(5, Stress::operate, &s);
+
+  dog.activity = "threads running";
+  gint64 deadline = g_get_monotonic_time() + gint64(seconds * G_USEC_PER_SEC);
+  Producer producers[kProducers];
+  std::vector<GThread *> threads;
+  for (int i = 0; i < kProducers; i++) {
+    producers[i] = {&s, i};
+    threads.push_back(g_thread_new("producer", [](gpointer data) -> gpointer {
+      auto *p = static_cast<Producer *>(data);
+      for (uint64_t k = 0; !p->s->done; k++)
+        p->s->produce(p->id, k);
+      return NULL;
+    }, &producers[i]));
+  }
+  threads.push_back(g_thread_new("reader", [](gpointer data) -> gpointer {
+    auto *s = static_cast<Stress *>(data);
+    for (uint64_t k = 0; !s->done; k++, s->readings++) {
+      KivTuple t = {0, NULL};
+      for (gpointer f : {gpointer(s->h), gpointer(s->profile), gpointer(s->tracer)}) {
+        kiv_function_get_array(KIV_FUNCTION(f), &t, -1e9, 1e9);
+        kiv_function_clear_tuple(&t);
+      }
+      double v = kiv_function_eval(KIV_FUNCTION(s->graph), 0.1 * double(k % 20));
+      g_assert_true(v == 0.0 || tag_of(v) >= 1);
+    }
+    return NULL;
+  }, &s));
+  while (g_get_monotonic_time() < deadline || s.ops < 16)
+    g_main_context_iteration(NULL, TRUE);
+  s.done = true;
+  dog.activity = "joining the threads";
+  for (GThread *t : threads)
+    g_thread_join(t);
+  g_source_remove(source);
+  for (GtkWidget *c : {s.chart_a, s.chart_b, s.chart2d})
+    kiv_chart1d_monitor_stop(KIV_CHART1D(c));
+  dog.activity = "verifying the totals";
+  s.verify();
+  for (gpointer o : {gpointer(s.h), gpointer(s.profile), gpointer(s.tracer), gpointer(s.graph), gpointer(s.h2)})
+    g_object_unref(o);
+  g_rmdir(s.dir);
+  g_free(s.dir);
 }
 
-/* The watchdog itself: a program that hangs is aborted with a message
- * that names the test. */
+/* The watchdog itself: a program that hangs is aborted with a message that
+ * names what hung. */
 void test_watchdog() {
   if (g_test_subprocess()) {
-    kivstress::Watchdog dog("a hanging test", 0.2);
-    dog.set_activity("sleeping");
+    Watchdog dog{"a hanging test", 0.2};
+    dog.activity = "sleeping";
     for (;;)
       g_usleep(10000);
   }
@@ -668,13 +471,8 @@ void test_watchdog() {
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL);
+  kivtest::init(&argc, &argv);
   g_test_add_func("/stress/watchdog", test_watchdog);
-  g_test_add_func("/stress/histogram", run_one<HistogramScenario>);
-  g_test_add_func("/stress/profile", run_one<ProfileScenario>);
-  g_test_add_func("/stress/tracer", run_one<TracerScenario>);
-  g_test_add_func("/stress/graph", run_one<GraphScenario>);
-  g_test_add_func("/stress/histogram2d", run_one<Histogram2DScenario>);
-  g_test_add_func("/stress/all-at-once", test_all_at_once);
+  kivtest::add_widget_test("/stress/all-at-once", test_all_at_once);
   return g_test_run();
 }
