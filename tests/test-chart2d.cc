@@ -58,8 +58,8 @@ void test_class() {
     const GdkColor &col = s.h->colorlst[12];
     kiv_assert_each({col.red, k[1]}, {col.green, k[2]}, {col.blue, k[3]});
   }
-  /* The end of the enumeration has no ramp: refused, the scheme kept
-   * (below). */
+  /* The end of the enumeration has no ramp: refused, and the scheme
+   * stays thermal (checked with the writes below). */
   kiv_expect_critical("chart2d_build_colors: assertion 't < KIV_COLOR_2D_LAST' failed");
   g_object_set(s.h, "ctype", KIV_COLOR_2D_LAST, NULL);
   g_test_assert_expected_messages();
@@ -91,11 +91,13 @@ void test_class() {
 
 /* The frame step's nonzero cells in order of content, with the range and
  * the index buffer (two ints a cell, kept when fewer are needed).  The
- * ties come in the order the quicksort leaves them, worked by hand: the
- * median of entries 0, 4 and 9 (4) splits off the cells holding 4, then
- * insertion orders the rest as it finds them.  NaN goes last in cell
- * order, the infinities order as numbers and -0 is no content.  The last
- * map has half of its range selected, a range too wide for a double. */
+ * ties of the second map come in the order the quicksort leaves them,
+ * worked by hand: its pivot, the median of cells 0, 5 and 11, is 4; the
+ * partition puts the cells holding 4 last as 5 10 0 and leaves the others
+ * as 11 9 3 4 1 6 8, which insertion then orders keeping ties as they
+ * stand.  NaN goes last in cell order, the infinities order as numbers
+ * and -0 is no content.  The last map has half of its range selected, a
+ * range too wide for a double. */
 void test_order() {
   double cells[12] = {};
   KivHistogram2D *hist = kiv_histogram2d_new(4, 0.0, 4.0, 3, 0.0, 3.0, cells);
