@@ -103,27 +103,25 @@ void test_gauge() {
     kiv_gauge_set_value(gg, i * 1.5f - 5);
   kiv_assert_each({kiv_gauge_get_value(gg), 23.5}, {kiv_tracer_get_minimum(gg->tracer), -5.0},
                   {kiv_tracer_get_maximum(kiv_gauge_get_tracer(gg)), FLT_MAX});
-  /* The needle's angle (mathematical, y up) sweeps 270 degrees clockwise
-   * from 5pi/4 at the low end; values outside the range rest on the nearer
-   * end, NaN on the upper one.  An empty range shows xmin to xmin + 1,
-   * widened by xmin / 65536 for large values (1e9 + 15258.8 is the float
-   * 1000015232) and reaching down from the largest float; limits that are
-   * not finite give the scale 0 to 1. */
-  const struct {
-    float lo, hi;
-    double x, phi;
-  } cases[] = {
+  /* Rows of low and high limits, a value and its needle's angle.  The
+   * angle (mathematical, y up) sweeps 270 degrees clockwise from 5pi/4 at
+   * the low end; values outside the range rest on the nearer end, NaN on
+   * the upper one.  An empty range shows xmin to xmin + 1, widened by
+   * xmin / 65536 for large values (1e9 + 15258.8 is the float 1000015232)
+   * and reaching down from the largest float; limits that are not finite
+   * give the scale 0 to 1. */
+  const double cases[][4] = {
       {0, 10, 2.5, 7 * kPi / 8}, {0, 10, -1, 5 * kPi / 4}, {0, 10, 11, -kPi / 4},
       {0, 10, NAN, -kPi / 4}, {0, 10, INFINITY, -kPi / 4}, {0, 10, -INFINITY, 5 * kPi / 4},
       {0, 10, 1e-45, 5 * kPi / 4}, {-3, 1, 0, kPi / 8}, {5, 5, 5.5, kPi / 2},
-      {1e9f, 1e9f, 1000007616, kPi / 2}, {1e9f, 1e9f, 2e9, -kPi / 4}, {NAN, 5, 0.5, kPi / 2},
+      {1e9, 1e9, 1000007616, kPi / 2}, {1e9, 1e9, 2e9, -kPi / 4}, {NAN, 5, 0.5, kPi / 2},
       {FLT_MAX, FLT_MAX, FLT_MAX, -kPi / 4}, {FLT_MAX, FLT_MAX, 0, 5 * kPi / 4},
       {-FLT_MAX, FLT_MAX, 0, kPi / 2}, {5, INFINITY, 1, -kPi / 4}, {-INFINITY, 5, 0, 5 * kPi / 4},
   };
   for (const auto &c : cases) {
-    kiv_gauge_set_range(gg, c.lo, c.hi);
+    kiv_gauge_set_range(gg, float(c[0]), float(c[1]));
     gauge_paint(gg, NULL);
-    g_assert_cmpfloat_with_epsilon(gauge_get_phi(gg, c.x), c.phi, 1e-9);
+    g_assert_cmpfloat_with_epsilon(gauge_get_phi(gg, c[2]), c[3], 1e-9);
   }
   g_object_unref(gg);
 }
