@@ -17,9 +17,12 @@ std::string printed;
 
 /* The gauge painted into an image of w by h, read back as pixels and
  * compared with a reference picture; with allocate, the gauge is first
- * given that size as a parent would. */
+ * given that size as a parent would.  The dial is placed only when the
+ * gauge is allocated, and GTK skips an allocation that changes nothing
+ * unless a resize was queued. */
 GdkPixbuf *paint(KivGauge *gg, const char *name, int w, int h, bool allocate = true) {
   GtkAllocation a = {0, 0, w, h};
+  gtk_widget_queue_resize(GTK_WIDGET(gg));
   if (allocate)
     gtk_widget_size_allocate(GTK_WIDGET(gg), &a);
   GdkPixmap *pixmap = gdk_pixmap_new(gdk_get_default_root_window(), w, h, -1);
