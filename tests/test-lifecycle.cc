@@ -1,6 +1,6 @@
 /* The whole life of every widget, round after round: created with the data
- * it shows, drawn in a window, exported as pictures and text, destroyed,
- * after which the widgets and their data must be finalized.  The number of
+ * it shows, drawn in a window, exported as pictures, destroyed, after
+ * which the widgets and their data must be finalized.  The number of
  * rounds is KIV_LIFECYCLE_ROUNDS (3 by default): the test command runs
  * 1000 under LeakSanitizer and 100 under valgrind, whose leak checks then
  * see whatever a round leaves behind.  The vector pictures, whose font
