@@ -4,9 +4,7 @@
 
 #include <cfloat>
 
-namespace {
-
-void test_axis() {
+static void test_axis() {
   const struct { float wmin, wmax; int nold; float win, low, high, width; int n; } cases[] = {
       {0, 10, 10, NAN, 0, 10, 1, 10}, {0.5f, 9.5f, 10, NAN, 1, 9, 1, 8}, {-3.7f, 12.2f, 10, NAN, -2, 12, 2, 7},
       /* The scaled width is exactly 1 in single precision: first rule. */
@@ -69,8 +67,6 @@ void test_axis() {
     g_assert_true(std::isfinite(c.m) ? fabs(m - c.m) <= fabs(c.m) * 1e-12 : std::isnan(m) == std::isnan(c.m));
   }
 }
-
-} // namespace
 
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL);

@@ -1,9 +1,7 @@
 /* Tests of KivGraph: interpolation, its limits, point arrays and reset. */
 #include "kiv-test.h"
 
-namespace {
-
-void test_graph() {
+static void test_graph() {
   double x[] = {0, 1, 3}, y[] = {0, 10, 30};
   KivGraph *g = kiv_graph_new(3, x, y);
   KivFunction *f = KIV_FUNCTION(g);
@@ -44,8 +42,6 @@ void test_graph() {
   kiv_assert_each({f->nbin, 0}, {kiv_function_eval(f, 1.0), 0}, {t.n, 0});
   g_object_unref(g);
 }
-
-} // namespace
 
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL);
