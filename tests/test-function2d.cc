@@ -19,7 +19,8 @@ void test_grid() {
   g_assert_null(kiv_function2d_new(0, 0, 1, 3, 0, 1, plane));
   kiv_expect_critical("kiv_function2d_new: assertion 'ny>0' failed");
   g_assert_null(kiv_function2d_new(4, 0, 1, 0, 0, 1, plane));
-  /* x + 10 y at the centres of 3 x 2 cells: rows are y, columns x.  "func" reaches func2d only: the x part has none and reads 0. */
+  /* x + 10 y at the centres of 3 x 2 cells: rows are y, columns x.
+   * "func" reaches func2d only: the x part has none and reads 0. */
   KivFunction2D *f = kiv_function2d_new(3, 0.0, 3.0, 2, 1.0, 2.0, plane);
   GString *s = kiv_function_print(KIV_FUNCTION(f));
   g_assert_cmpstr(s->str, ==, "2D 3 0.000000 3.000000 2 1.000000 2.000000\t[nxbin xmin xmax nybin ymin ymax "
@@ -38,19 +39,17 @@ void test_grid() {
                   {kiv_function2d_find_bin_from_cell(f, G_MININT, G_MININT), G_MININT});
   g_object_unref(f);
   f = kiv_function2d_new(999999, 0, 1, 999999, 0, 1, NULL);
-  kiv_assert_each({prop<int>(f, "npts"), G_MAXINT}, {kiv_function2d_find_bin_from_cell(f, 999998, 2000), 2000997998},
-                  {kiv_function2d_find_bin_from_cell(f, 999998, 999998), G_MAXINT});
+  kiv_assert_each({prop<int>(f, "npts"), G_MAXINT}, {kiv_function2d_find_bin_from_cell(f, 999998, 999998), G_MAXINT},
+                  {kiv_function2d_find_bin_from_cell(f, 999998, 2000), 2000997998});
   g_object_unref(f);
 
   /* The y properties are forwarded to the y function, which recomputes
-   * its step; "ystep" re-derives the y
-   * count the way "xstep" does. */
+   * its step; "ystep" re-derives the y count the way "xstep" does. */
   f = kiv_function2d_new(4, 0, 1, 3, 0, 1, NULL);
-  KivFunction *Y = kiv_function2d_Y(f);
   g_object_set(f, "ny", 8, "ymin", -1.0, "ymax", 3.0, NULL);
-  kiv_assert_each({Y->nbin, 8}, {Y->step, 0.5}, {prop<int>(f, "ny"), 8}, {prop(f, "ymin"), -1});
+  kiv_assert_each({kiv_function2d_Y(f)->nbin, 8}, {kiv_function2d_Y(f)->step, 0.5}, {prop<int>(f, "ny"), 8});
   g_object_set(f, "ystep", 1.0, "xmin", -2.0, "nx", 6, NULL);
-  kiv_assert_each({prop<int>(f, "npts"), 24}, {prop(f, "ystep"), 1});
+  kiv_assert_each({prop<int>(f, "npts"), 24}, {prop(f, "ystep"), 1}, {prop(f, "ymin"), -1});
   g_object_unref(f);
 }
 
