@@ -7,7 +7,7 @@
 static void test_axis() {
   const struct { float wmin, wmax; int nold; float win, low, high, width; int n; } cases[] = {
       {0, 10, 10, NAN, 0, 10, 1, 10}, {0.5f, 9.5f, 10, NAN, 1, 9, 1, 8}, {-3.7f, 12.2f, 10, NAN, -2, 12, 2, 7},
-      {5e-5f, 1, 10, NAN, 0.1f, 1, 0.1f, 9},
+      {5e-5f, 1, 10, NAN, 0.1f, 1, 0.1f, 9}, {0, 9.9995f, 10, NAN, 0, 9, 1, 9},
       /* The scaled width is exactly 1 in single precision: first rule. */
       {0, 1, 10, NAN, 0, 1, 0.1f, 10}, {-1, 1, 10, NAN, -1, 1, 0.2f, 10}, {-250, 250, 10, NAN, -250, 250, 50, 10},
       /* Five divisions are half of the ten wished for: retried with 11. */
@@ -18,11 +18,12 @@ static void test_axis() {
        * is not retried at half. */
       {10, 0, 10, NAN, 1, 10, 1, 9}, {-10, -1, 10, NAN, -10, -1, 1, 9}, {0, 2, 5, NAN, 0, 2, 0.5f, 4},
       {0, 10, 5, NAN, 0, 10, 2, 5},
-      /* One division or fewer: 0 to 10 in 2 nominal divisions of 5 gives
-       * limits 0 and 15; the width is doubled and the count forced to 1
-       * without recomputing the limits, then the trim pulls 15 down by 10.
-       * Nold = -1 without a usable width is the same; a usable one is kept. */
-      {0, 10, 1, NAN, 0, 5, 10, 0}, {0, 10, -1, 0.0f, 0, 5, 10, 0}, {0, 10, -1, INFINITY, 0, 5, 10, 0},
+      /* One division or fewer is 2 nominal ones: 0 to 6 in divisions of 3,
+       * rounded to 5, gives limits 0 and 10; the width is doubled and the
+       * count forced to 1 without recomputing the limits, then the trim
+       * pulls 10 down by 10.  Nold = -1 without a usable width is the same
+       * (0 to 10: limits 0 and 15, trimmed to 5); a usable width is kept. */
+      {0, 6, 1, NAN, 0, 0, 10, 0}, {0, 10, -1, 0.0f, 0, 5, 10, 0}, {0, 10, -1, INFINITY, 0, 5, 10, 0},
       {0, 10, -1, 2.5f, 0, 10, 2.5f, 4},
       /* Equal limits are one unit apart; beyond 2^24 adding 1 does not
        * separate them, and one unit of their leading decade does. */
