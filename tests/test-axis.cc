@@ -7,6 +7,9 @@
 static void test_axis() {
   const struct { float wmin, wmax; int nold; float win, low, high, width; int n; } cases[] = {
       {0, 10, 10, NAN, 0, 10, 1, 10}, {0.5f, 9.5f, 10, NAN, 1, 9, 1, 8}, {-3.7f, 12.2f, 10, NAN, -2, 12, 2, 7},
+      /* A limit more than a ten-thousandth of a division from its argument
+       * moves in (5e-5 from 0 in divisions of 0.1); one short of a division
+       * boundary by 5e-4 of a width does not reach it. */
       {5e-5f, 1, 10, NAN, 0.1f, 1, 0.1f, 9}, {0, 9.9995f, 10, NAN, 0, 9, 1, 9},
       /* The scaled width is exactly 1 in single precision: first rule. */
       {0, 1, 10, NAN, 0, 1, 0.1f, 10}, {-1, 1, 10, NAN, -1, 1, 0.2f, 10}, {-250, 250, 10, NAN, -250, 250, 50, 10},

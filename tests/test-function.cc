@@ -61,10 +61,12 @@ void test_bins_array_properties() {
   g_test_assert_expected_messages();
   kivtest::Counter rc;
   rc.connect(f, "range-changed");
-  /* A write of the range announces it once and recomputes the step. */
-  g_object_set(f, "xmin", -1.0, "xmax", 3.0, NULL);
+  /* A write of several range properties announces the range once; each
+   * of them recomputes the step (xmin and nx are written last here, xmax
+   * is by the two-dimensional function's y writes). */
+  g_object_set(f, "xmax", 3.0, "xmin", -1.0, NULL);
   kiv_assert_each({rc.n, 1}, {f->step, 4.0}, {kiv_function_get_npts(f), 1});
-  g_object_set(f, "range", NULL, "nx", 8, "xmin", 1.0, "xmax", 11.0, NULL);
+  g_object_set(f, "range", NULL, "xmin", 1.0, "xmax", 11.0, "nx", 8, NULL);
   kiv_assert_each({rc.n, 2}, {f->step, 1.25});
 
   /* "xstep" rebins to the nearest whole count without announcing it

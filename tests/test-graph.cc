@@ -33,7 +33,7 @@ static void test_graph() {
   /* Without abscissas the points are 0, 1, ... at 0 and the limits empty. */
   kiv_graph_reset(g, 4, NULL, y);
   kiv_assert_each({f->nbin, 4}, {g->xv[3], 3}, {g->yv[3], 0}, {f->xmin, G_MAXDOUBLE}, {f->xmax, -G_MAXDOUBLE},
-                  {g->ymax, -G_MAXDOUBLE});
+                  {g->ymin, G_MAXDOUBLE}, {g->ymax, -G_MAXDOUBLE});
   /* Without points (a negative count is none) the graph reads 0
    * everywhere and has no array. */
   kiv_graph_reset(g, -3, x, y);
