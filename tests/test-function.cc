@@ -23,7 +23,10 @@ void test_bins_array_properties() {
   /* Ten bins of 0.5 from 1: a quotient in (-1, 0) truncates to bin 0,
    * -1 and below (and NaN) are -1, the top edge and beyond are nbin. */
   KivFunction *f = kiv_function_new(10, 1.0, 6.0, NULL);
-  kiv_assert_each({kiv_function_find_bin(f, 0.75), 0}, {kiv_function_find_bin(f, 0.5), -1},
+  kiv_expect_critical("kiv_function_find_bin: assertion 'f != NULL' failed");
+  kiv_expect_critical("kiv_function_bin_center: assertion 'f != NULL' failed");
+  kiv_assert_each({kiv_function_find_bin(NULL, 1), -1}, {kiv_function_bin_center(NULL, 1), G_MAXDOUBLE},
+                  {kiv_function_find_bin(f, 0.75), 0}, {kiv_function_find_bin(f, 0.5), -1},
                   {kiv_function_find_bin(f, 1.6), 1}, {kiv_function_find_bin(f, 5.99), 9},
                   {kiv_function_find_bin(f, 6), 10}, {kiv_function_find_bin(f, 1e300), 10},
                   {kiv_function_find_bin(f, NAN), -1}, {kiv_function_bin_center(f, 0), 1.25},

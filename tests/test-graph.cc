@@ -5,10 +5,9 @@ static void test_graph() {
   double x[] = {0, 1, 3}, y[] = {0, 10, 30};
   KivGraph *g = kiv_graph_new(3, x, y);
   KivFunction *f = KIV_FUNCTION(g);
-  /* Whatever range is asked for, the array is the points themselves;
-   * writes of the count are accepted and ignored.  Before the first point
-   * and after the last (NaN too) the graph holds the end values. */
-  g_object_set(g, "nx", 7, NULL);
+  /* Whatever range is asked for, the array is the points themselves.
+   * Before the first point and after the last (NaN too) the graph holds
+   * the end values. */
   KivTuple t = {0, NULL};
   kiv_function_get_array(f, &t, 100.0, 200.0);
   kiv_assert_each({f->xmin, 0}, {f->xmax, 3}, {g->ymin, 0}, {g->ymax, 30}, {kiv_function_get_npts(f), 3}, {t.n, 3},

@@ -8,10 +8,8 @@ namespace {
 std::vector<double> figures(KivStats *s) {
   std::vector<double> v;
   for (const char *p : {"nc", "mean_x", "rms_x", "stdev_x", "xmin", "xmax", "mean_y", "rms_y", "stdev_y", "ymin",
-                        "ymax", "corr"}) {
-    v.push_back(0);
-    g_object_get(s, p, &v.back(), NULL);
-  }
+                        "ymax", "corr"})
+    g_object_get(s, p, &v.emplace_back(0), NULL);
   return v;
 }
 
@@ -49,11 +47,12 @@ void test_figures() {
   kiv_assert_each({kiv_stats_get_rms(s, 1) < 0, 1}, {kiv_stats_get_stdev(s, 1), 0}, {kiv_stats_get_min(s, 0), 0.7},
                   {kiv_stats_get_max(s, 0), 0.7}, {std::isnan(kiv_stats_get_mean(s, 0)), 1});
 
-  /* Each accessor checks which variable it is asked for. */
+  /* Each accessor checks its object and which variable it is asked for. */
   for (auto get : {kiv_stats_get_mean, kiv_stats_get_rms, kiv_stats_get_stdev, kiv_stats_get_min, kiv_stats_get_max}) {
+    kiv_expect_critical("kiv_stats_get_*: assertion 'self != NULL' failed");
     kiv_expect_critical("kiv_stats_get_*: assertion '(w>=0&&w<2)' failed");
     kiv_expect_critical("kiv_stats_get_*: assertion '(w>=0&&w<2)' failed");
-    kiv_assert_each({get(s, 2), 0}, {get(s, -1), 0});
+    kiv_assert_each({get(NULL, 0), 0}, {get(s, 2), 0}, {get(s, -1), 0});
   }
   g_test_assert_expected_messages();
   g_object_unref(c);
