@@ -27,14 +27,13 @@ constexpr double kDenormal = 4.9406564584124654e-324;
 
 void assert_contents(KivHistogram *h, std::vector<double> want) {
   g_assert_cmpint(KIV_FUNCTION(h)->nbin, ==, want.size());
-  for (size_t i = 0; i < want.size(); i++)
-    g_assert_cmpfloat(h->y[i], ==, want[i]);
+  g_assert_cmpmem(h->y, want.size() * sizeof(double), want.data(), want.size() * sizeof(double));
 }
 
 /* Entries, mean, extreme contents and extreme values filled. */
-#define assert_stats(h, n, mean, vmin, vmax, lo, hi)                                       \
-  kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean},            \
-                  {kiv_histogram_vmin(h), vmin}, {kiv_histogram_vmax(h), vmax},            \
+#define assert_stats(h, n, mean, vmin, vmax, lo, hi)                                      \
+  kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean},           \
+                  {kiv_histogram_vmin(h), vmin}, {kiv_histogram_vmax(h), vmax},           \
                   {kiv_histogram_min_value(h), lo}, {kiv_histogram_max_value(h), hi})
 
 double array_size(KivHistogram *h, double lo, double hi) {
@@ -49,18 +48,15 @@ void test_fill_and_stats() {
   KivHistogram *h = kiv_histogram_new(10, 0.0, 10.0, NULL);
   kivtest::Counter changed;
   changed.connect(h, "changed");
-  /* The upper edge belongs to no bin; less than a bin below the range
-   * lands in bin 0; both count as entries. */
-  const double fills[][2] = {{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}};
-  for (const auto &f : fills)
-    kiv_histogram_fill(h, f[0], f[1]);
+  /* The upper edge belongs to no bin and less than a bin below the range
+   * lands in bin 0; both count as entries.  -0 is no new minimum. */
+  for (auto f : {std::pair{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}})
+    kiv_histogram_fill(h, f.first, f.second);
   g_assert_true(h->y[9] == 0.0 && h->y[0] == 1.0 && h->y[2] == -2.0 && changed.n == 5);
-  /* Weights sum to 0: the mean reads 0; -0 is no new minimum. */
-  assert_stats(h, 0.0, 0.0, -2.0, 3.0, -0.5, 10.0);
+  assert_stats(h, 0.0, 0.0, -2.0, 3.0, -0.5, 10.0); /* weights sum to 0: mean 0 */
   h->y[9] = 4.0;
-  const double at[][2] = {{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}, {2.0, -2.0}};
-  for (const auto &p : at)
-    g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p[0]), ==, p[1]);
+  for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}, {2.0, -2.0}})
+    g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p.first), ==, p.second);
   kiv_histogram_reset(h);
   g_assert_cmpint(changed.n, ==, 6);
   assert_contents(h, std::vector<double>(10, 0.0));
@@ -77,20 +73,31 @@ void test_fill_and_stats() {
   kiv_assert_each({s->nc, 3.0}, {s->s[0], 6.0}, {s->s[2], 14.0}, {s->xmin[0], 1.0}, {s->xmax[0], 3.0});
   g_object_unref(s);
   /* Recomputed from the contents: one entry per non-empty bin at its
-   * centre, weighted by the content; whatever "stats" is given. */
-  const double y[] = {0.0, 2.0, 0.0, -1.0};
+   * centre, weighted by the content, whatever "stats" is given. */
+  const double y[] = {0.0, 2.0, 0.0, -1.0}, odd[] = {NAN, INFINITY, -1e308, kDenormal};
   for (int i = 0; i < 4; i++)
     kiv_histogram_set_bin_content(h, i, y[i]);
-  g_assert_cmpfloat(kiv_histogram_get_bin_content(h, 1), ==, 2.0);
   g_object_set(h, "stats", 12345, NULL);
   assert_stats(h, 1.0, 2 * 1.5 - 3.5, -1.0, 2.0, 1.5, 3.5);
   /* Stored as given; NaN neither widens the extrema nor hides the rest. */
-  const double odd[] = {NAN, INFINITY, -1e308, kDenormal};
   for (int i = 0; i < 4; i++)
     kiv_histogram_set_bin_content(h, i, odd[i]);
   g_object_set(h, "stats", 0, NULL);
-  kiv_assert_each({kiv_histogram_vmin(h), -1e308}, {kiv_histogram_vmax(h), INFINITY});
-  g_assert_cmpfloat(kiv_histogram_get_bin_content(h, 3), ==, kDenormal);
+  kiv_assert_each({kiv_histogram_vmin(h), -1e308}, {kiv_histogram_vmax(h), INFINITY},
+                  {kiv_histogram_get_bin_content(h, 3), kDenormal});
+
+  /* Values outside the range reach the statistics only; weights are
+   * added as given, and such contents rebin without harm. */
+  kiv_histogram_reset(h);
+  for (double x : {(double)NAN, (double)INFINITY, -(double)INFINITY, 1e308, -1e308})
+    kiv_histogram_fill(h, x, 1.0);
+  for (auto p : {std::pair{0.5, 1e308}, {0.5, 1e308}, {1.5, NAN}, {2.5, -INFINITY}, {3.5, kDenormal}})
+    kiv_histogram_fill(h, p.first, p.second);
+  g_assert_true(h->y[0] == INFINITY && std::isnan(h->y[1]) && h->y[2] == -INFINITY);
+  kiv_assert_each({kiv_histogram_vmin(h), -INFINITY}, {kiv_histogram_vmax(h), INFINITY},
+                  {kiv_histogram_min_value(h), -INFINITY}, {kiv_histogram_max_value(h), INFINITY});
+  kiv_histogram_rebin(h, 2, 0.0, 4.0);
+  g_assert_cmpfloat(array_size(h, 0.0, 4.0), ==, 7);
   g_object_unref(h);
 }
 
@@ -98,38 +105,31 @@ void test_fill_and_stats() {
  * answer, changes nothing and leaves the lock free. */
 void test_refused() {
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  KivHistogram *other = reinterpret_cast<KivHistogram *>(kiv_stats_new());
-  KivStats *s = KIV_STATS(other);
+  KivStats *s = kiv_stats_new();
+  KivHistogram *other = reinterpret_cast<KivHistogram *>(s);
   int sz = 7;
   double *live = h->y;
-  const double x[] = {1.0};
   kivtest::Counter changed;
   changed.connect(h, "changed");
-  const struct {
-    const char *message;
-    std::function<double()> call;
-    double answer;
-  } cases[] = {
-      {"kiv_histogram_new: assertion 'n>0' failed", [] { return (double)!!kiv_histogram_new(0, 0, 1, NULL); }, 0},
-      {"kiv_histogram_new: assertion 'n>0' failed", [] { return (double)!!kiv_histogram_new(G_MININT, 0, 1, NULL); }, 0},
-      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, 4); }, 0},
-      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, -1); }, 0},
-      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { kiv_histogram_set_bin_content(h, G_MAXINT, 1); return 0.0; }, 0},
-      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { kiv_histogram_set_bin_content(h, -1, 1); return 0.0; }, 0},
-      {"kiv_histogram_get_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_get_bin_content(other, 0); }, 0},
-      {"kiv_histogram_set_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_set_bin_content(NULL, 0, 1); return 0.0; }, 0},
-      {"kiv_histogram_get_stats: assertion 's!=NULL' failed", [&] { return (double)kiv_histogram_get_stats(h, NULL); }, -1},
-      {"kiv_histogram_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return (double)kiv_histogram_get_stats(h, reinterpret_cast<KivStats *>(h)); }, -1},
-      {"kiv_histogram_get_stats: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return (double)kiv_histogram_get_stats(other, s); }, -1},
-      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_get_values(NULL, &sz, &live); return sz + (live != NULL); }, 0},
-      {"kiv_histogram_get_values: assertion 'sz != NULL && buffer != NULL' failed", [&] { kiv_histogram_get_values(h, NULL, &live); return (double)(live != NULL); }, 0},
-      {"kiv_histogram_rebin: assertion 'KIV_IS_HISTOGRAM(h)' failed", [] { kiv_histogram_rebin(NULL, 4, 0, 1); return 0.0; }, 0},
-      {"kiv_histogram_fill_n: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_fill_n(other, x, NULL, 1); return 0.0; }, 0},
-      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed", [&] { kiv_histogram_fill_n(h, NULL, x, 3); return 0.0; }, 0},
+  const std::pair<const char *, std::function<double()>> cases[] = {
+      {"kiv_histogram_new: assertion 'n>0' failed", [] { return !!kiv_histogram_new(0, 0, 1, NULL); }},
+      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, 4); }},
+      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, -1); }},
+      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { kiv_histogram_set_bin_content(h, 4, 1); return 0.0; }},
+      {"kiv_histogram_get_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_get_bin_content(other, 0); }},
+      {"kiv_histogram_set_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_set_bin_content(NULL, 0, 1); return 0.0; }},
+      {"kiv_histogram_get_stats: assertion 's!=NULL' failed", [&] { return 1 + kiv_histogram_get_stats(h, NULL); }},
+      {"kiv_histogram_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return 1 + kiv_histogram_get_stats(h, (KivStats *)h); }},
+      {"kiv_histogram_get_stats: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return 1 + kiv_histogram_get_stats(other, s); }},
+      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_get_values(NULL, &sz, &live); return sz + (live != NULL); }},
+      {"kiv_histogram_get_values: assertion 'sz != NULL && buffer != NULL' failed", [&] { kiv_histogram_get_values(h, NULL, &live); return live != NULL; }},
+      {"kiv_histogram_rebin: assertion 'KIV_IS_HISTOGRAM(h)' failed", [] { kiv_histogram_rebin(NULL, 4, 0, 1); return 0.0; }},
+      {"kiv_histogram_fill_n: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_fill_n(other, &s->nc, NULL, 1); return 0.0; }},
+      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed", [&] { kiv_histogram_fill_n(h, NULL, &s->nc, 3); return 0.0; }},
   };
   for (const auto &c : cases) {
-    kiv_expect_critical(c.message);
-    g_assert_cmpfloat(c.call(), ==, c.answer);
+    kiv_expect_critical(c.first);
+    g_assert_cmpfloat(c.second(), ==, 0.0);
     g_test_assert_expected_messages();
   }
   /* Counts "nx" would refuse keep the present count, with a warning. */
@@ -141,50 +141,54 @@ void test_refused() {
   g_assert_true(KIV_FUNCTION(h)->nbin == 4 && changed.n == 0 && kiv_histogram_entries(h) == 0.0);
   g_assert_true(kiv_function_trylock(KIV_FUNCTION(h)));
   kiv_function_unlock(KIV_FUNCTION(h));
-  g_object_unref(other);
+  g_object_unref(s);
   g_object_unref(h);
 }
 
-void test_borrowed_contents() {
-  /* A canary just past the caller's contents. */
-  double data[] = {0, 2, 0, 1, 123};
+void test_borrowed_contents_and_outline() {
+  double data[] = {0, 2, 0, 1, 123}; /* a canary past the contents */
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, data);
-  g_assert_true(h->y == data && h->owner == 0);
   assert_stats(h, 3.0, (2 * 1.5 + 1 * 3.5) / 3, 0.0, 2.0, 1.5, 3.5);
   kiv_histogram_fill(h, 3.2, 1.0);
   int sz = 0;
-  double *live = NULL;
+  double *live = NULL, *copy = kiv_histogram_get_data(h);
   gpointer ptr = NULL;
   kiv_histogram_get_values(h, &sz, &live);
   g_object_get(h, "ptr", &ptr, NULL);
-  double *copy = kiv_histogram_get_data(h);
-  g_assert_true(sz == 4 && live == data && ptr == data && copy != data && data[3] == 2.0);
+  g_assert_true(h->owner == 0 && sz == 4 && live == data && ptr == data && copy != data && data[3] == 2.0);
   g_assert_cmpmem(copy, 4 * sizeof(double), data, 4 * sizeof(double));
   g_free(copy);
   KivHistogram *c = kiv_histogram_clone(h);
-  g_assert_true(c->owner == 1 && c->y != data);
-  assert_contents(c, {0, 2, 0, 2});
-  assert_stats(c, 4.0, (6.5 + 3.2) / 4, 0.0, 2.0, 1.5, 3.5);
   kiv_histogram_fill(c, 0.5, 4.0);
-  g_assert_cmpfloat(data[0], ==, 0.0);
+  assert_contents(c, {4, 2, 0, 2});
+  assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5);
+  g_assert_true(c->owner == 1 && data[0] == 0.0);
   g_object_unref(c);
+  /* The step outline: rises, tops and falls at the bin edges. */
+  KivTuple t = {0, NULL};
+  kiv_function_get_array(KIV_FUNCTION(h), &t, 1.2, 4.0);
+  const KivPoint want[] = {{1, 0}, {1, 2}, {2, 2}, {2, 2}, {2, 0}, {3, 0}, {3, 0}, {3, 2}, {4, 2}, {4, 0}};
+  g_assert_cmpmem(t.P, t.n * sizeof(KivPoint), want, sizeof want);
+  kiv_function_clear_tuple(&t);
+  /* Limits beyond the range are clamped to the outer bins; a request
+   * within a bin gives that bin, a reversed one nothing. */
+  kiv_assert_each({array_size(h, -1e308, INFINITY), 13}, {array_size(h, NAN, NAN), 4},
+                  {array_size(h, 1.2, 1.3), 4}, {array_size(h, 1.5, 0.5), 0});
   kiv_histogram_reset(h);
   g_assert_true(data[1] == 0.0 && data[4] == 123.0);
 
   /* A new count gives the histogram an array of its own, emitting no
-   * "changed"; handing back its own array keeps it owned. */
+   * "changed"; handing back its own array keeps it owned; NULL gives
+   * zeros of its own and leaves the statistics. */
   kivtest::Counter changed;
   changed.connect(h, "changed");
   data[1] = 2.0;
   g_object_set(h, "nx", 3, NULL);
   g_assert_true(h->y != data && h->owner == 1 && data[1] == 2.0 && changed.n == 0);
-  assert_contents(h, {0, 0, 0});
   double *own = h->y;
   own[1] = 5.0;
   g_object_set(h, "ptr", own, NULL);
-  g_assert_true(h->y == own && h->owner == 1 && changed.n == 1);
-  g_assert_cmpfloat(kiv_histogram_entries(h), ==, 5.0);
-  /* NULL: zeros of its own, statistics untouched. */
+  g_assert_true(h->y == own && h->owner == 1 && changed.n == 1 && kiv_histogram_entries(h) == 5.0);
   g_object_set(h, "ptr", NULL, NULL);
   assert_contents(h, {0, 0, 0});
   g_assert_true(h->owner == 1 && changed.n == 2 && kiv_histogram_entries(h) == 5.0);
@@ -192,32 +196,13 @@ void test_borrowed_contents() {
   g_assert_cmpfloat(data[4], ==, 123.0);
 }
 
-void test_array() {
-  KivHistogram *h = kiv_histogram_new(2, 0.0, 2.0, NULL);
-  h->y[0] = 1.0;
-  h->y[1] = 3.0;
-  KivTuple t = {0, NULL};
-  kiv_function_get_array(KIV_FUNCTION(h), &t, 0.0, 2.0);
-  const KivPoint want[] = {{0, 0}, {0, 1}, {1, 1}, {1, 1}, {1, 3}, {2, 3}, {2, 0}};
-  g_assert_cmpmem(t.P, t.n * sizeof(KivPoint), want, sizeof want);
-  kiv_function_clear_tuple(&t);
-  /* A request within a bin gives that bin; limits beyond the range are
-   * clamped to the outer bins; a reversed request gives nothing. */
-  kiv_function_get_array(KIV_FUNCTION(h), &t, 1.2, 1.3);
-  g_assert_true(t.n == 4 && t.P[0].x == 1.0 && t.P[1].y == 3.0);
-  kiv_function_clear_tuple(&t);
-  kiv_assert_each({array_size(h, -1e308, INFINITY), 7}, {array_size(h, NAN, NAN), 4},
-                  {array_size(h, 1.5, 0.5), 0});
-  g_object_unref(h);
-}
-
 void test_resize_and_step() {
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
   KivFunction *f = KIV_FUNCTION(h);
   kivtest::Counter range;
   range.connect(h, "range-changed");
+  /* "nx", a resize and a new step zero the contents; statistics stay. */
   kiv_histogram_fill(h, 1.0, 3.0);
-  /* "nx", a resize and a new step zero the contents, statistics stay. */
   g_object_set(h, "nx", 8, NULL);
   g_assert_true(f->nbin == 8 && f->step == 0.5 && range.n == 1);
   assert_contents(h, std::vector<double>(8, 0.0));
@@ -239,7 +224,6 @@ void test_resize_and_step() {
   for (double bad : {0.0, -0.3, 1e-300}) {
     kiv_expect_warning("*xstep*ignored*");
     g_object_set(h, "xstep", bad, NULL);
-    g_test_assert_expected_messages();
   }
   g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*xstep*");
   g_object_set(h, "xstep", (double)NAN, NULL);
@@ -247,16 +231,11 @@ void test_resize_and_step() {
   assert_contents(h, {0, 0, 1});
   g_assert_cmpint(range.n, ==, 5);
   g_object_unref(h);
-
   /* Above "nx"'s range GObject refuses the count: one bin. */
   g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
   h = kiv_histogram_new(1000000, 0.0, 1.0, NULL);
   g_test_assert_expected_messages();
   g_assert_true(KIV_FUNCTION(h)->nbin == 1 && KIV_FUNCTION(h)->step == 1.0);
-  g_object_unref(h);
-  h = kiv_histogram_new(999999, 0.0, 1.0, NULL);
-  kiv_histogram_fill(h, 0.9999995, 2.0);
-  g_assert_cmpfloat(h->y[999998], ==, 2.0);
   g_object_unref(h);
 }
 
@@ -271,18 +250,17 @@ void test_rebin() {
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
   KivFunction *f = KIV_FUNCTION(h);
   const double start[] = {1, 2, 3, 4};
-  /* Each row rebins the contents left by the row before (or 1 2 3 4 on a
-   * fresh binning of [0, 4)); the content per new bin is that of the old
-   * bins it covers, split evenly within an old bin. */
+  /* Each row rebins what the row before left (or 1 2 3 4 on a fresh [0,
+   * 4)): a new bin gets what the old bins it covers held, split evenly
+   * within an old bin.  A count below 1 keeps the count. */
   const struct {
     bool fresh;
     int n;
     double lo, hi;
     std::vector<double> want;
   } rows[] = {
-      {true, 4, 0, 4, {1, 2, 3, 4}}, {false, 2, 0, 4, {3, 7}},
-      {true, 2, 1, 3, {2, 3}},       {false, 4, 1, 3, {1, 1, 1.5, 1.5}},
-      {false, 3, -1, 5, {0, 5, 0}},  {true, 0, 0, 8, {3, 7, 0, 0}},
+      {true, 4, 0, 4, {1, 2, 3, 4}}, {false, 2, 0, 4, {3, 7}},      {true, 2, 1, 3, {2, 3}},
+      {false, 4, 1, 3, {1, 1, 1.5, 1.5}}, {false, 3, -1, 5, {0, 5, 0}}, {true, 0, 0, 8, {3, 7, 0, 0}},
       {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}},
   };
   for (const auto &r : rows) {
@@ -297,7 +275,6 @@ void test_rebin() {
   /* One entry per new bin at its centre, weighted by its content. */
   assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0);
 
-  /* Refused limits: a warning, and nothing changes. */
   kivtest::Counter range;
   range.connect(h, "range-changed");
   const double bad[][2] = {{NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY},
@@ -305,11 +282,10 @@ void test_rebin() {
   for (const auto &lim : bad) {
     kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing");
     kiv_histogram_rebin(h, 1000, lim[0], lim[1]);
-    g_test_assert_expected_messages();
   }
+  g_test_assert_expected_messages();
   g_assert_true(f->xmin == 0.0 && f->xmax == 4.0 && f->step == 1.0 && range.n == 0);
   assert_contents(h, {1.5, 1.5, 3.5, 3.5});
-
   /* "range-changed" comes first from the new count with the lock held,
    * then once more after the lock is released. */
   std::vector<bool> held;
@@ -318,29 +294,8 @@ void test_rebin() {
   g_assert_true(held.size() == 2 && held[0] && !held[1]);
   g_assert_cmpfloat_with_epsilon(h->y[999998], 3.5 / 249999.75, 1e-12);
   kiv_histogram_rebin(h, 2, 0.0, 1e308);
-  g_assert_cmpfloat(f->step, ==, 5e307);
+  g_assert_true(f->step == 5e307 && h->y[1] == 0.0);
   g_assert_cmpfloat_with_epsilon(h->y[0], 10.0, 1e-6);
-  g_assert_cmpfloat(h->y[1], ==, 0.0);
-  g_object_unref(h);
-}
-
-void test_bad_values() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  /* Values outside the range reach the statistics only; weights are
-   * added as given. */
-  for (double x : {(double)NAN, (double)INFINITY, -(double)INFINITY, 1e308, -1e308})
-    kiv_histogram_fill(h, x, 1.0);
-  assert_contents(h, {0, 0, 0, 0});
-  kiv_assert_each({kiv_histogram_entries(h), 5}, {kiv_histogram_min_value(h), -INFINITY},
-                  {kiv_histogram_max_value(h), INFINITY});
-  const double fills[][2] = {{0.5, 1e308}, {0.5, 1e308}, {1.5, NAN}, {2.5, -INFINITY}, {3.5, kDenormal}};
-  for (const auto &p : fills)
-    kiv_histogram_fill(h, p[0], p[1]);
-  g_assert_true(h->y[0] == INFINITY && std::isnan(h->y[1]) && h->y[2] == -INFINITY);
-  kiv_assert_each({h->y[3], kDenormal}, {kiv_histogram_vmax(h), INFINITY}, {kiv_histogram_vmin(h), -INFINITY});
-  /* Such contents rebin without harm. */
-  kiv_histogram_rebin(h, 2, 0.0, 4.0);
-  g_assert_cmpint(array_size(h, 0.0, 4.0), ==, 7);
   g_object_unref(h);
 }
 
@@ -349,52 +304,48 @@ void test_bad_values() {
 /* Each bin edge and its neighbouring doubles, NaN, infinities, huge and
  * tiny values, signed zeros, then values a little beyond the range on
  * both sides; enough for a batch to span several blocks. */
-std::vector<double> awkward_values(KivFunction *f, size_t count) {
+std::vector<double> awkward_values(KivFunction *f) {
   std::vector<double> v = {f->xmin - 0.5 * f->step, NAN, INFINITY, -INFINITY, 1e308, -1e308, 0.0, -0.0, kDenormal};
   for (int k = -2; k <= f->nbin + 1; k++) {
     double e = f->xmin + k * f->step;
     v.insert(v.end(), {e, std::nextafter(e, -INFINITY), std::nextafter(e, INFINITY)});
   }
-  guint64 state = 42;
-  for (double width = f->xmax - f->xmin; v.size() < count;) {
+  for (guint64 state = 42; v.size() < 1100;) {
     state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-    v.push_back(f->xmin - 0.1 * width + 1.2 * width * ((state >> 11) / 9007199254740992.0));
+    v.push_back(f->xmin + (f->xmax - f->xmin) * (1.2 * (state >> 11) / 9007199254740992.0 - 0.1));
   }
   return v;
 }
 
-/* Contents, statistics, extrema and, for profiles and tracers, their
- * sums and ring position, as raw doubles. */
-std::vector<double> state_of(KivHistogram *h) {
-  std::vector<double> v(h->y, h->y + KIV_FUNCTION(h)->nbin);
-  v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10);
-  v.insert(v.end(), {h->vmin, h->vmax});
-  if (KIV_IS_PROFILE(h)) {
-    v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + KIV_FUNCTION(h)->nbin);
-    v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + KIV_FUNCTION(h)->nbin);
-  }
-  if (KIV_IS_TRACER(h))
-    v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
-  return v;
-}
-
+/* Contents, statistics, extrema and the sums of profiles and the ring
+ * position of tracers, as raw bytes. */
 void assert_same(KivHistogram *a, KivHistogram *b) {
-  std::vector<double> sa = state_of(a), sb = state_of(b);
+  auto state = [](KivHistogram *h) {
+    int n = KIV_FUNCTION(h)->nbin;
+    std::vector<double> v(h->y, h->y + n);
+    v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10);
+    v.insert(v.end(), {h->vmin, h->vmax});
+    if (KIV_IS_PROFILE(h)) {
+      v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n);
+      v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
+    }
+    if (KIV_IS_TRACER(h))
+      v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
+    return v;
+  };
+  std::vector<double> sa = state(a), sb = state(b);
   g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
 }
 
-/* a singly, b (unless NULL) in batches of sizes that start and end on and off the
+/* a singly, b in batches of sizes that start and end on and off the
  * blocks of 256 a batch works in. */
 void fill_both(KivHistogram *a, KivHistogram *b, const std::vector<double> &x, const double *w) {
+  const gsize sizes[] = {1, 255, 256, 257, 300, 1000, 2000};
   for (size_t i = 0; i < x.size(); i++)
     kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
-  if (b == NULL)
-    return;
-  const gsize sizes[] = {1, 255, 256, 257, 300, 1000, 2000};
-  for (gsize i = 0, k = 0; i < x.size(); k++) {
-    gsize m = std::min(sizes[k % G_N_ELEMENTS(sizes)], x.size() - i);
+  for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++) {
+    m = std::min(sizes[k % G_N_ELEMENTS(sizes)], x.size() - i);
     kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
-    i += m;
   }
 }
 
@@ -409,51 +360,37 @@ void test_fill_n() {
   for (auto make : makes) {
     for (bool weighted : {false, true}) {
       KivHistogram *a = make(), *b = make();
-      std::vector<double> x = awkward_values(KIV_FUNCTION(a), 1100), w(x.size());
+      std::vector<double> x = awkward_values(KIV_FUNCTION(a)), w(x.size());
       for (size_t i = 0; i < w.size(); i++)
         w[i] = cycle[i % G_N_ELEMENTS(cycle)];
-      /* After a few single fills, so that a batch adds to sums under way. */
-      for (KivHistogram *h : {a, b})
-        for (double x0 : {0.3, -7.0})
-          kiv_histogram_fill(h, x0, 2.0);
+      /* After single fills, so that a batch adds to sums under way. */
+      fill_both(a, b, {0.3, -7.0}, w.data() + 3);
       fill_both(a, b, x, weighted ? w.data() : NULL);
       assert_same(a, b);
       g_object_unref(a);
       g_object_unref(b);
     }
   }
-  /* NaN and infinite values and weights poison sums, contents and
-   * extrema; a batch cut anywhere poisons them the same way. */
-  const std::vector<double> px = {0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5};
-  const double pw[] = {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0};
-  for (gsize cut : {0, 3, 9}) {
-    KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL), *b = kiv_histogram_new(4, 0.0, 4.0, NULL);
-    fill_both(a, NULL, px, pw);
-    kiv_histogram_fill_n(b, px.data(), pw, cut);
-    kiv_histogram_fill_n(b, px.data() + cut, pw + cut, px.size() - cut);
-    assert_same(a, b);
-    g_object_unref(a);
-    g_object_unref(b);
-  }
-}
-
-/* A sum of -0 stays -0 while only -0 terms are added and turns +0 with
- * the first +0; a histogram's terms w y and w x y are zeros signed like w
- * and w x.  Such sums arise only from a record written by hand. */
-void test_fill_n_signed_zeros() {
+  /* NaN and infinities poison sums, contents and extrema in a particular
+   * way.  A sum of -0 (from a record written by hand) stays -0 while only
+   * -0 terms are added: the terms w y and w x y of a histogram are zeros
+   * signed like w and w x. */
+  std::vector<double> nan_at_270(300, -1.0);
+  nan_at_270[270] = NAN;
   const struct {
     std::vector<double> x, w;
+    bool minus_zero;
   } rows[] = {
-      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, -0.0, -3.0, -1.0, -4.0}},
-      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}},
-      {std::vector<double>(300, 1.5), [] { std::vector<double> w(300, -1.0); w[270] = NAN; w[10] = 2; return w; }()},
-      {std::vector<double>(300, 1.5), [] { std::vector<double> w(300, -1.0); w[270] = NAN; w[280] = 2; return w; }()},
-      {{-0.5}, {}},
+      {{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5}, {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0}, false},
+      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, -0.0, -3.0, -1.0, -4.0}, true},
+      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}, true},
+      {std::vector<double>(300, 1.5), nan_at_270, true},
+      {{-0.5}, {}, true},
   };
   for (const auto &r : rows) {
     KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL), *b = kiv_histogram_new(4, 0.0, 4.0, NULL);
     for (KivHistogram *h : {a, b})
-      h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = -0.0;
+      h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.minus_zero ? -0.0 : 0.0;
     fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data());
     assert_same(a, b);
     g_object_unref(a);
@@ -462,7 +399,8 @@ void test_fill_n_signed_zeros() {
 }
 
 /* Batches after a new range, count or rebin, and batches alternating
- * between two histograms, find the bins of the binning in force. */
+ * between two histograms, find the bins of the binning in force; one
+ * "changed" per batch, none for an empty one. */
 void test_fill_n_binning_changes() {
   std::vector<double> x(3000);
   for (size_t i = 0; i < x.size(); i++)
@@ -470,51 +408,47 @@ void test_fill_n_binning_changes() {
   KivHistogram *h[2][2];
   for (auto &pair : h)
     pair[0] = kiv_histogram_new(10, 0.0, 10.0, NULL), pair[1] = kiv_histogram_new(30, -1.0, 12.0, NULL);
-  auto step = [&](std::function<void(KivHistogram *)> change) {
-    for (int k = 0; k < 2; k++)
-      change(h[0][k]), change(h[1][k]);
+  const std::function<void(KivHistogram *)> changes[] = {
+      [](KivHistogram *) {}, [](KivHistogram *e) { g_object_set(e, "xmin", 0.5, NULL); },
+      [](KivHistogram *e) { g_object_set(e, "nx", 13, NULL); },
+      [](KivHistogram *e) { kiv_histogram_rebin(e, 7, 0.0, 14.0); }};
+  for (const auto &change : changes) {
+    for (int k = 0; k < 4; k++)
+      change(h[k / 2][k % 2]);
     for (int k = 0; k < 2; k++)
       fill_both(h[0][k], h[1][k], x, NULL);
-  };
-  step([](KivHistogram *) {});
-  step([](KivHistogram *e) { g_object_set(e, "xmin", 0.5, NULL); });
-  step([](KivHistogram *e) { g_object_set(e, "nx", 13, NULL); });
-  step([](KivHistogram *e) { kiv_histogram_rebin(e, 7, 0.0, 14.0); });
-  for (int k = 0; k < 2; k++) {
-    assert_same(h[0][k], h[1][k]);
-    g_object_unref(h[0][k]);
-    g_object_unref(h[1][k]);
   }
-  /* One "changed" per batch, none for an empty one. */
-  KivHistogram *e = kiv_histogram_new(4, 0.0, 4.0, NULL);
   kivtest::Counter changed;
-  changed.connect(e, "changed");
-  kiv_histogram_fill_n(e, x.data(), NULL, 4);
-  kiv_histogram_fill_n(e, x.data(), NULL, 0);
-  kiv_histogram_fill_n(e, NULL, NULL, 0);
-  g_assert_true(changed.n == 1 && kiv_histogram_entries(e) == 4.0);
-  g_object_unref(e);
+  changed.connect(h[1][0], "changed");
+  kiv_histogram_fill_n(h[1][0], x.data(), NULL, 0);
+  kiv_histogram_fill_n(h[1][0], NULL, NULL, 0);
+  kiv_histogram_fill_n(h[1][0], x.data(), NULL, 4);
+  kiv_histogram_fill_n(h[0][0], x.data(), NULL, 4);
+  g_assert_cmpint(changed.n, ==, 1);
+  assert_same(h[0][0], h[1][0]);
+  assert_same(h[0][1], h[1][1]);
+  for (int k = 0; k < 4; k++)
+    g_object_unref(h[k / 2][k % 2]);
 }
 
 /* ---- Threads. ---- */
 
-/* Two producers fill (batches and single values) while one thread rebins
- * between 16 and 8 bins and renames, and this one takes outlines and text
- * dumps.  Weights and edges are dyadic, so rebins conserve the contents
- * exactly; values never lie within two units below 0, where either
- * binning would count them in bin 0. */
+/* Two producers fill (batches and single values) while another thread
+ * rebins between 16 and 8 bins and renames, and this one takes outlines
+ * and text dumps.  Weights and edges are dyadic, so rebins keep the
+ * contents exactly; no value lies within two units below 0, where either
+ * binning would count it in bin 0. */
 struct Run {
   KivHistogram *h;
-  std::atomic<int> producing{2};
+  std::atomic<int> rebins{0}, ids{0};
   double inside[2] = {0, 0};
 };
 
 gpointer producer(gpointer data) {
-  static std::atomic<int> ids{0};
   auto *run = static_cast<Run *>(data);
-  int id = ids++ % 2;
+  int id = run->ids++;
   guint32 seed = 17 + id;
-  for (int k = 0; k < 4000; k++) {
+  for (int k = 0; k < 3000 || run->rebins < 100; k++) {
     double x[5], w[5];
     for (int i = 0; i < 5; i++) {
       seed = seed * 1664525u + 1013904223u;
@@ -526,16 +460,15 @@ gpointer producer(gpointer data) {
     kiv_histogram_fill_n(run->h, x, w, 4);
     kiv_histogram_fill(run->h, x[4], w[4]);
   }
-  run->producing--;
   return NULL;
 }
 
 gpointer rebinner(gpointer data) {
   auto *run = static_cast<Run *>(data);
-  for (int k = 0; run->producing > 0; k++) {
+  for (int k = 0; k < 100; k++, run->rebins++) {
     kiv_histogram_rebin(run->h, k % 2 ? 16 : 8, 0.0, 16.0);
     kiv_function_set_name(KIV_FUNCTION(run->h), k % 4 < 2 ? "a long name, freed at every rename" : "b");
-    g_usleep(200);
+    g_usleep(100);
   }
   return NULL;
 }
@@ -546,7 +479,7 @@ void test_threads() {
   kiv_function_set_name(KIV_FUNCTION(run.h), "b");
   GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run),
                         g_thread_new("rebin", rebinner, &run)};
-  for (int reads = 0; run.producing > 0 || reads == 0; reads++) {
+  while (run.rebins < 100) {
     KivTuple t = {0, NULL};
     kiv_function_get_array(KIV_FUNCTION(run.h), &t, 0.0, 16.0);
     int m = (t.n - 1) / 3;
@@ -558,9 +491,8 @@ void test_threads() {
     GString *dump = kiv_function_print(KIV_FUNCTION(run.h));
     gchar **lines = g_strsplit(dump->str, "\n", -1);
     int n = 0;
-    g_assert_true(sscanf(lines[0], "1D %d 0 16", &n) == 1 && (n == 8 || n == 16));
-    g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") ||
-                  !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
+    g_assert_true(sscanf(lines[0], "1D %d 0.000000 16.000000\t", &n) == 1 && (n == 8 || n == 16));
+    g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") || !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
     for (int i = 0; i < n; i++)
       g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
     g_strfreev(lines);
@@ -581,13 +513,10 @@ int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL);
   g_test_add_func("/histogram/fill-and-stats", test_fill_and_stats);
   g_test_add_func("/histogram/refused", test_refused);
-  g_test_add_func("/histogram/borrowed-contents", test_borrowed_contents);
-  g_test_add_func("/histogram/array", test_array);
+  g_test_add_func("/histogram/borrowed-contents-and-outline", test_borrowed_contents_and_outline);
   g_test_add_func("/histogram/resize-and-step", test_resize_and_step);
   g_test_add_func("/histogram/rebin", test_rebin);
-  g_test_add_func("/histogram/bad-values", test_bad_values);
   g_test_add_func("/histogram/fill-n", test_fill_n);
-  g_test_add_func("/histogram/fill-n-signed-zeros", test_fill_n_signed_zeros);
   g_test_add_func("/histogram/fill-n-binning-changes", test_fill_n_binning_changes);
   g_test_add_func("/histogram/threads", test_threads);
   return g_test_run();
