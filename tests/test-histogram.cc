@@ -1,7 +1,8 @@
-/* Tests of KivHistogram: fills and their statistics, contents on loan, the
- * step outline, re-sizing and rebinning, batched fills (of histograms,
- * profiles, tracers and subclasses) that must leave bit for bit what single
- * fills leave, and producers in threads while another thread rebins. */
+/* Tests of KivHistogram: fills and their statistics, refused arguments,
+ * contents on loan, the step outline, re-sizing and rebinning, batched
+ * fills (of histograms, profiles, tracers and a subclass) that must leave
+ * bit for bit what single fills leave, and producers in threads while
+ * another thread rebins and renames. */
 #include "kiv-test.h"
 
 #include <algorithm>
@@ -15,9 +16,7 @@
 typedef struct { KivHistogram parent; } Forwarder;
 typedef struct { KivHistogramClass parent_class; } ForwarderClass;
 G_DEFINE_TYPE(Forwarder, forwarder, KIV_TYPE_HISTOGRAM)
-static void forwarder_fill(KivHistogram *h, double x, double w) {
-  KIV_HISTOGRAM_CLASS(forwarder_parent_class)->fill(h, x, w);
-}
+static void forwarder_fill(KivHistogram *h, double x, double w) { KIV_HISTOGRAM_CLASS(forwarder_parent_class)->fill(h, x, w); }
 static void forwarder_class_init(ForwarderClass *k) { KIV_HISTOGRAM_CLASS(k)->fill = forwarder_fill; }
 static void forwarder_init(Forwarder *) {}
 
@@ -31,17 +30,18 @@ void assert_contents(KivHistogram *h, std::vector<double> want) {
 }
 
 /* Entries, mean, extreme contents and extreme values filled. */
-#define assert_stats(h, n, mean, vmin, vmax, lo, hi)                                      \
-  kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean},           \
-                  {kiv_histogram_vmin(h), vmin}, {kiv_histogram_vmax(h), vmax},           \
-                  {kiv_histogram_min_value(h), lo}, {kiv_histogram_max_value(h), hi})
+#define assert_stats(h, n, mean, vmin, vmax, lo, hi)                                                          \
+  kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean}, {kiv_histogram_vmin(h), vmin}, \
+                  {kiv_histogram_vmax(h), vmax}, {kiv_histogram_min_value(h), lo}, {kiv_histogram_max_value(h), hi})
 
-double array_size(KivHistogram *h, double lo, double hi) {
+/* The points of the step outline over [lo, hi], flattened to x, y, x, y... */
+std::vector<double> outline(KivHistogram *h, double lo, double hi) {
   KivTuple t = {0, NULL};
   kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi);
-  int n = t.n;
-  kiv_function_clear_tuple(&t);
-  return n;
+  std::vector<double> v;
+  if (t.n > 0)
+    v.assign(&t.P->x, &t.P->x + 2 * t.n);
+  return kiv_function_clear_tuple(&t), v;
 }
 
 void test_fill_and_stats() {
@@ -52,7 +52,7 @@ void test_fill_and_stats() {
    * lands in bin 0; both count as entries.  -0 is no new minimum. */
   for (auto f : {std::pair{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}})
     kiv_histogram_fill(h, f.first, f.second);
-  g_assert_true(h->y[9] == 0.0 && h->y[0] == 1.0 && h->y[2] == -2.0 && changed.n == 5);
+  assert_contents(h, {1, 0, -2, 0, 0, 0, 0, 0, 0, 0});
   assert_stats(h, 0.0, 0.0, -2.0, 3.0, -0.5, 10.0); /* weights sum to 0: mean 0 */
   h->y[9] = 4.0;
   for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}, {2.0, -2.0}})
@@ -65,44 +65,25 @@ void test_fill_and_stats() {
   kiv_histogram_resize(h, 4, 0.0, 4.0);
   for (double x : {1.0, 2.0, 3.0})
     kiv_histogram_fill(h, x, 1.0);
-  assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
-  g_assert_cmpfloat_with_epsilon(kiv_histogram_rms(h), 2.0 / 3.0, 1e-15);
-  g_assert_cmpfloat_with_epsilon(kiv_histogram_stdev(h), std::sqrt(2.0 / 3.0), 1e-15);
   KivStats *s = kiv_stats_new();
   g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0);
+  assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
   kiv_assert_each({s->nc, 3.0}, {s->s[0], 6.0}, {s->s[2], 14.0}, {s->xmin[0], 1.0}, {s->xmax[0], 3.0});
-  g_object_unref(s);
+  g_assert_true(fabs(kiv_histogram_rms(h) - 2.0 / 3) < 1e-15 && fabs(kiv_histogram_stdev(h) - sqrt(2.0 / 3)) < 1e-15);
   /* Recomputed from the contents: one entry per non-empty bin at its
-   * centre, weighted by the content, whatever "stats" is given. */
-  const double y[] = {0.0, 2.0, 0.0, -1.0}, odd[] = {NAN, INFINITY, -1e308, kDenormal};
+   * centre, weighted by the content, whatever "stats" is given; NaN
+   * neither widens the extrema nor hides the rest. */
+  const double y[] = {NAN, 2.0, -0.0, -1.0};
   for (int i = 0; i < 4; i++)
     kiv_histogram_set_bin_content(h, i, y[i]);
   g_object_set(h, "stats", 12345, NULL);
-  assert_stats(h, 1.0, 2 * 1.5 - 3.5, -1.0, 2.0, 1.5, 3.5);
-  /* Stored as given; NaN neither widens the extrema nor hides the rest. */
-  for (int i = 0; i < 4; i++)
-    kiv_histogram_set_bin_content(h, i, odd[i]);
-  g_object_set(h, "stats", 0, NULL);
-  kiv_assert_each({kiv_histogram_vmin(h), -1e308}, {kiv_histogram_vmax(h), INFINITY},
-                  {kiv_histogram_get_bin_content(h, 3), kDenormal});
-
-  /* Values outside the range reach the statistics only; weights are
-   * added as given, and such contents rebin without harm. */
-  kiv_histogram_reset(h);
-  for (double x : {(double)NAN, (double)INFINITY, -(double)INFINITY, 1e308, -1e308})
-    kiv_histogram_fill(h, x, 1.0);
-  for (auto p : {std::pair{0.5, 1e308}, {0.5, 1e308}, {1.5, NAN}, {2.5, -INFINITY}, {3.5, kDenormal}})
-    kiv_histogram_fill(h, p.first, p.second);
-  g_assert_true(h->y[0] == INFINITY && std::isnan(h->y[1]) && h->y[2] == -INFINITY);
-  kiv_assert_each({kiv_histogram_vmin(h), -INFINITY}, {kiv_histogram_vmax(h), INFINITY},
-                  {kiv_histogram_min_value(h), -INFINITY}, {kiv_histogram_max_value(h), INFINITY});
-  kiv_histogram_rebin(h, 2, 0.0, 4.0);
-  g_assert_cmpfloat(array_size(h, 0.0, 4.0), ==, 7);
-  g_object_unref(h);
+  g_assert_true(std::isnan(kiv_histogram_entries(h)) && kiv_histogram_get_bin_content(h, 1) == 2.0);
+  kiv_assert_each({kiv_histogram_vmin(h), -1.0}, {kiv_histogram_vmax(h), 2.0}, {kiv_histogram_min_value(h), 0.5}, {kiv_histogram_max_value(h), 3.5});
+  g_object_unref(s), g_object_unref(h);
 }
 
-/* Every refused argument gets its critical (or warning) and its stated
- * answer, changes nothing and leaves the lock free. */
+/* Every refused argument gets its critical and its stated answer,
+ * changes nothing and leaves the lock free. */
 void test_refused() {
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
   KivStats *s = kiv_stats_new();
@@ -115,34 +96,23 @@ void test_refused() {
       {"kiv_histogram_new: assertion 'n>0' failed", [] { return !!kiv_histogram_new(0, 0, 1, NULL); }},
       {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, 4); }},
       {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, -1); }},
-      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { kiv_histogram_set_bin_content(h, 4, 1); return 0.0; }},
+      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_set_bin_content(h, 4, 1), 0.0; }},
       {"kiv_histogram_get_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_get_bin_content(other, 0); }},
-      {"kiv_histogram_set_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_set_bin_content(NULL, 0, 1); return 0.0; }},
+      {"kiv_histogram_set_bin_content: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_set_bin_content(NULL, 0, 1), 0.0; }},
       {"kiv_histogram_get_stats: assertion 's!=NULL' failed", [&] { return 1 + kiv_histogram_get_stats(h, NULL); }},
       {"kiv_histogram_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return 1 + kiv_histogram_get_stats(h, (KivStats *)h); }},
       {"kiv_histogram_get_stats: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return 1 + kiv_histogram_get_stats(other, s); }},
-      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_get_values(NULL, &sz, &live); return sz + (live != NULL); }},
-      {"kiv_histogram_get_values: assertion 'sz != NULL && buffer != NULL' failed", [&] { kiv_histogram_get_values(h, NULL, &live); return live != NULL; }},
-      {"kiv_histogram_rebin: assertion 'KIV_IS_HISTOGRAM(h)' failed", [] { kiv_histogram_rebin(NULL, 4, 0, 1); return 0.0; }},
-      {"kiv_histogram_fill_n: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { kiv_histogram_fill_n(other, &s->nc, NULL, 1); return 0.0; }},
-      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed", [&] { kiv_histogram_fill_n(h, NULL, &s->nc, 3); return 0.0; }},
+      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_get_values(NULL, &sz, &live), sz + !!live; }},
+      {"kiv_histogram_get_values: assertion 'sz != NULL && buffer != NULL' failed", [&] { return kiv_histogram_get_values(h, NULL, &live), !!live; }},
+      {"kiv_histogram_rebin: assertion 'KIV_IS_HISTOGRAM(h)' failed", [] { return kiv_histogram_rebin(NULL, 4, 0, 1), 0.0; }},
+      {"kiv_histogram_fill_n: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_fill_n(other, &s->nc, NULL, 1), 0.0; }},
+      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed", [&] { return kiv_histogram_fill_n(h, NULL, &s->nc, 3), 0.0; }},
   };
   for (const auto &c : cases) {
-    kiv_expect_critical(c.first);
-    g_assert_cmpfloat(c.second(), ==, 0.0);
-    g_test_assert_expected_messages();
-  }
-  /* Counts "nx" would refuse keep the present count, with a warning. */
-  kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 4 bins");
-  kiv_histogram_resize(h, G_MAXINT, 0.0, 4.0);
-  kiv_expect_warning("kiv_histogram_rebin: 1000000 bins is more than 999999; keeping 4 bins");
-  kiv_histogram_rebin(h, 1000000, 0.0, 4.0);
-  g_test_assert_expected_messages();
-  g_assert_true(KIV_FUNCTION(h)->nbin == 4 && changed.n == 0 && kiv_histogram_entries(h) == 0.0);
-  g_assert_true(kiv_function_trylock(KIV_FUNCTION(h)));
+    kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages(); }
+  g_assert_true(changed.n == 0 && kiv_histogram_entries(h) == 0.0 && kiv_function_trylock(KIV_FUNCTION(h)));
   kiv_function_unlock(KIV_FUNCTION(h));
-  g_object_unref(s);
-  g_object_unref(h);
+  g_object_unref(s), g_object_unref(h);
 }
 
 void test_borrowed_contents_and_outline() {
@@ -153,33 +123,25 @@ void test_borrowed_contents_and_outline() {
   int sz = 0;
   double *live = NULL, *copy = kiv_histogram_get_data(h);
   gpointer ptr = NULL;
-  kiv_histogram_get_values(h, &sz, &live);
-  g_object_get(h, "ptr", &ptr, NULL);
-  g_assert_true(h->owner == 0 && sz == 4 && live == data && ptr == data && copy != data && data[3] == 2.0);
-  g_assert_cmpmem(copy, 4 * sizeof(double), data, 4 * sizeof(double));
-  g_free(copy);
+  kiv_histogram_get_values(h, &sz, &live), g_object_get(h, "ptr", &ptr, NULL);
+  g_assert_true(h->owner == 0 && sz == 4 && live == data && ptr == data && copy != data && !memcmp(copy, data, 32) && data[3] == 2);
   KivHistogram *c = kiv_histogram_clone(h);
   kiv_histogram_fill(c, 0.5, 4.0);
   assert_contents(c, {4, 2, 0, 2});
   assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5);
   g_assert_true(c->owner == 1 && data[0] == 0.0);
-  g_object_unref(c);
-  /* The step outline: rises, tops and falls at the bin edges. */
-  KivTuple t = {0, NULL};
-  kiv_function_get_array(KIV_FUNCTION(h), &t, 1.2, 4.0);
-  const KivPoint want[] = {{1, 0}, {1, 2}, {2, 2}, {2, 2}, {2, 0}, {3, 0}, {3, 0}, {3, 2}, {4, 2}, {4, 0}};
-  g_assert_cmpmem(t.P, t.n * sizeof(KivPoint), want, sizeof want);
-  kiv_function_clear_tuple(&t);
-  /* Limits beyond the range are clamped to the outer bins; a request
-   * within a bin gives that bin, a reversed one nothing. */
-  kiv_assert_each({array_size(h, -1e308, INFINITY), 13}, {array_size(h, NAN, NAN), 4},
-                  {array_size(h, 1.2, 1.3), 4}, {array_size(h, 1.5, 0.5), 0});
+  g_free(copy), g_object_unref(c);
+  /* The outline rises, tops and falls at the bin edges; limits beyond the
+   * range are clamped to the outer bins; a request within a bin gives
+   * that bin, a reversed one nothing. */
+  g_assert_true(outline(h, 1.2, 4.0) == std::vector<double>({1, 0, 1, 2, 2, 2, 2, 2, 2, 0, 3, 0, 3, 0, 3, 2, 4, 2, 4, 0}));
+  g_assert_true(outline(h, 1.2, 1.3) == std::vector<double>({1, 0, 1, 2, 2, 2, 2, 0}));
+  kiv_assert_each({outline(h, -1e308, INFINITY).size(), 26}, {outline(h, NAN, NAN).size(), 8}, {outline(h, 1.5, 0.5).size(), 0});
   kiv_histogram_reset(h);
   g_assert_true(data[1] == 0.0 && data[4] == 123.0);
-
   /* A new count gives the histogram an array of its own, emitting no
-   * "changed"; handing back its own array keeps it owned; NULL gives
-   * zeros of its own and leaves the statistics. */
+   * "changed"; its own array handed back stays owned; NULL gives zeros
+   * of its own and leaves the statistics. */
   kivtest::Counter changed;
   changed.connect(h, "changed");
   data[1] = 2.0;
@@ -201,42 +163,33 @@ void test_resize_and_step() {
   KivFunction *f = KIV_FUNCTION(h);
   kivtest::Counter range;
   range.connect(h, "range-changed");
-  /* "nx", a resize and a new step zero the contents; statistics stay. */
-  kiv_histogram_fill(h, 1.0, 3.0);
-  g_object_set(h, "nx", 8, NULL);
-  g_assert_true(f->nbin == 8 && f->step == 0.5 && range.n == 1);
-  assert_contents(h, std::vector<double>(8, 0.0));
-  kiv_histogram_fill(h, 1.0, 1.0);
+  /* "nx", a resize and a new step zero the contents; statistics stay.  A
+   * count below 1 keeps the count, and the range still changes; one that
+   * "nx" would refuse keeps it too, with a warning. */
+  kiv_histogram_fill(h, 1.0, 3.0), g_object_set(h, "nx", 8, NULL), kiv_histogram_fill(h, 1.0, 1.0);
+  g_assert_true(f->nbin == 8 && f->step == 0.5 && range.n == 1 && h->y[2] == 1.0);
   kiv_histogram_resize(h, 5, -5.0, 5.0);
   g_assert_true(f->nbin == 5 && f->xmin == -5.0 && f->step == 2.0 && range.n == 2);
   assert_contents(h, {0, 0, 0, 0, 0});
   assert_stats(h, 4.0, 1.0, 0.0, 3.0, 1.0, 1.0);
-  /* A count below 1 keeps the count; the range still changes. */
   h->y[4] = 1.0;
   kiv_histogram_resize(h, 0, 0.0, 10.0);
   g_assert_true(f->nbin == 5 && f->step == 2.0 && h->y[4] == 0.0);
-  kiv_histogram_resize(h, -7, 0.0, 1.0);
-  g_object_set(h, "xstep", 0.3, NULL);
-  g_assert_true(f->nbin == 3 && kiv_function_get_step(f) == 0.3 && range.n == 5);
-  g_assert_cmpfloat_with_epsilon(f->xmax, 0.9, 1e-15);
-  kiv_histogram_fill(h, 0.85, 1.0);
+  kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 5 bins");
+  kiv_histogram_resize(h, G_MAXINT, 0.0, 1.0);
+  g_object_set(h, "xstep", 0.3, NULL), kiv_histogram_fill(h, 0.85, 1.0);
+  g_assert_true(f->nbin == 3 && kiv_function_get_step(f) == 0.3 && range.n == 5 && fabs(f->xmax - 0.9) < 1e-15);
   /* Steps that give no count from 1 to 999999 change nothing. */
-  for (double bad : {0.0, -0.3, 1e-300}) {
-    kiv_expect_warning("*xstep*ignored*");
-    g_object_set(h, "xstep", bad, NULL);
-  }
+  for (double bad : {0.0, -0.3, 1e-300})
+    kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", bad, NULL);
   g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*xstep*");
   g_object_set(h, "xstep", (double)NAN, NULL);
+  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
+  KivHistogram *one = kiv_histogram_new(1000000, 0.0, 1.0, NULL); /* above "nx"'s range: one bin */
   g_test_assert_expected_messages();
   assert_contents(h, {0, 0, 1});
-  g_assert_cmpint(range.n, ==, 5);
-  g_object_unref(h);
-  /* Above "nx"'s range GObject refuses the count: one bin. */
-  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
-  h = kiv_histogram_new(1000000, 0.0, 1.0, NULL);
-  g_test_assert_expected_messages();
-  g_assert_true(KIV_FUNCTION(h)->nbin == 1 && KIV_FUNCTION(h)->step == 1.0);
-  g_object_unref(h);
+  g_assert_true(range.n == 5 && KIV_FUNCTION(one)->nbin == 1 && KIV_FUNCTION(one)->step == 1.0);
+  g_object_unref(one), g_object_unref(h);
 }
 
 void record_lock(KivFunction *f, std::vector<bool> *held) {
@@ -249,127 +202,95 @@ void record_lock(KivFunction *f, std::vector<bool> *held) {
 void test_rebin() {
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
   KivFunction *f = KIV_FUNCTION(h);
-  const double start[] = {1, 2, 3, 4};
   /* Each row rebins what the row before left (or 1 2 3 4 on a fresh [0,
    * 4)): a new bin gets what the old bins it covers held, split evenly
    * within an old bin.  A count below 1 keeps the count. */
-  const struct {
-    bool fresh;
-    int n;
-    double lo, hi;
-    std::vector<double> want;
-  } rows[] = {
-      {true, 4, 0, 4, {1, 2, 3, 4}}, {false, 2, 0, 4, {3, 7}},      {true, 2, 1, 3, {2, 3}},
+  const struct { bool fresh; int n; double lo, hi; std::vector<double> want; } rows[] = {
+      {true, 4, 0, 4, {1, 2, 3, 4}},      {false, 2, 0, 4, {3, 7}},    {true, 2, 1, 3, {2, 3}},
       {false, 4, 1, 3, {1, 1, 1.5, 1.5}}, {false, 3, -1, 5, {0, 5, 0}}, {true, 0, 0, 8, {3, 7, 0, 0}},
-      {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}},
-  };
+      {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}}};
   for (const auto &r : rows) {
-    if (r.fresh) {
-      kiv_histogram_resize(h, 4, 0.0, 4.0);
-      std::copy_n(start, 4, h->y);
-    }
+    if (r.fresh)
+      kiv_histogram_resize(h, 4, 0.0, 4.0), std::copy_n(std::begin({1.0, 2.0, 3.0, 4.0}), 4, h->y);
     kiv_histogram_rebin(h, r.n, r.lo, r.hi);
     assert_contents(h, r.want);
     g_assert_true(f->xmin == r.lo && f->xmax == r.hi);
   }
-  /* One entry per new bin at its centre, weighted by its content. */
-  assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0);
-
+  assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0); /* one entry per new bin at its centre */
+  /* Refused limits or count: a warning, and nothing changes. */
   kivtest::Counter range;
   range.connect(h, "range-changed");
-  const double bad[][2] = {{NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY},
-                           {4.0, 0.0}, {2.0, 2.0}, {-1e308, 1e308},  {0.0, 5e-324}};
-  for (const auto &lim : bad) {
-    kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing");
-    kiv_histogram_rebin(h, 1000, lim[0], lim[1]);
-  }
+  for (auto lim : {std::pair{(double)NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY}, {4.0, 0.0}, {2.0, 2.0}, {-1e308, 1e308}, {0.0, kDenormal}})
+    kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing"),
+        kiv_histogram_rebin(h, 1000, lim.first, lim.second);
+  kiv_expect_warning("kiv_histogram_rebin: 1000000 bins is more than 999999; keeping 4 bins");
+  kiv_histogram_rebin(h, 1000000, 0.0, 4.0);
   g_test_assert_expected_messages();
-  g_assert_true(f->xmin == 0.0 && f->xmax == 4.0 && f->step == 1.0 && range.n == 0);
   assert_contents(h, {1.5, 1.5, 3.5, 3.5});
+  g_assert_true(f->xmin == 0.0 && f->xmax == 4.0 && f->step == 1.0 && range.n == 2);
   /* "range-changed" comes first from the new count with the lock held,
    * then once more after the lock is released. */
   std::vector<bool> held;
   g_signal_connect(h, "range-changed", G_CALLBACK(record_lock), &held);
   kiv_histogram_rebin(h, 999999, 0.0, 4.0);
-  g_assert_true(held.size() == 2 && held[0] && !held[1]);
-  g_assert_cmpfloat_with_epsilon(h->y[999998], 3.5 / 249999.75, 1e-12);
-  kiv_histogram_rebin(h, 2, 0.0, 1e308);
-  g_assert_true(f->step == 5e307 && h->y[1] == 0.0);
-  g_assert_cmpfloat_with_epsilon(h->y[0], 10.0, 1e-6);
+  g_assert_true(held.size() == 2 && held[0] && !held[1] && fabs(h->y[999998] - 3.5 / 249999.75) < 1e-12);
   g_object_unref(h);
 }
 
 /* ---- Batches: the same bits as single fills. ---- */
 
-/* Each bin edge and its neighbouring doubles, NaN, infinities, huge and
- * tiny values, signed zeros, then values a little beyond the range on
- * both sides; enough for a batch to span several blocks. */
-std::vector<double> awkward_values(KivFunction *f) {
-  std::vector<double> v = {f->xmin - 0.5 * f->step, NAN, INFINITY, -INFINITY, 1e308, -1e308, 0.0, -0.0, kDenormal};
-  for (int k = -2; k <= f->nbin + 1; k++) {
-    double e = f->xmin + k * f->step;
-    v.insert(v.end(), {e, std::nextafter(e, -INFINITY), std::nextafter(e, INFINITY)});
-  }
-  for (guint64 state = 42; v.size() < 1100;) {
-    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-    v.push_back(f->xmin + (f->xmax - f->xmin) * (1.2 * (state >> 11) / 9007199254740992.0 - 0.1));
-  }
+/* Contents, statistics, extrema, the sums of profiles and the ring of
+ * tracers, as raw bytes. */
+std::vector<double> state(KivHistogram *h) {
+  int n = KIV_FUNCTION(h)->nbin;
+  std::vector<double> v(h->y, h->y + n);
+  v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10), v.insert(v.end(), {h->vmin, h->vmax});
+  if (KIV_IS_PROFILE(h))
+    v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n), v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
+  if (KIV_IS_TRACER(h))
+    v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
   return v;
 }
 
-/* Contents, statistics, extrema and the sums of profiles and the ring
- * position of tracers, as raw bytes. */
-void assert_same(KivHistogram *a, KivHistogram *b) {
-  auto state = [](KivHistogram *h) {
-    int n = KIV_FUNCTION(h)->nbin;
-    std::vector<double> v(h->y, h->y + n);
-    v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10);
-    v.insert(v.end(), {h->vmin, h->vmax});
-    if (KIV_IS_PROFILE(h)) {
-      v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n);
-      v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
-    }
-    if (KIV_IS_TRACER(h))
-      v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
-    return v;
-  };
-  std::vector<double> sa = state(a), sb = state(b);
-  g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
-}
-
 /* a singly, b in batches of sizes that start and end on and off the
- * blocks of 256 a batch works in. */
+ * blocks of 256 a batch works in; then both are compared byte for byte. */
 void fill_both(KivHistogram *a, KivHistogram *b, const std::vector<double> &x, const double *w) {
   const gsize sizes[] = {1, 255, 256, 257, 300, 1000, 2000};
   for (size_t i = 0; i < x.size(); i++)
     kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
-  for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++) {
-    m = std::min(sizes[k % G_N_ELEMENTS(sizes)], x.size() - i);
-    kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
-  }
+  for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++)
+    m = std::min(sizes[k % 7], x.size() - i), kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
+  std::vector<double> sa = state(a), sb = state(b);
+  g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
 }
 
 void test_fill_n() {
   KivHistogram *(*const makes[])() = {
-      [] { return kiv_histogram_new(7, -1.3, 2.9, NULL); },
-      [] { return KIV_HISTOGRAM(kiv_profile_new(9, -2.0, 5.0, NULL)); },
+      [] { return kiv_histogram_new(7, -1.3, 2.9, NULL); }, [] { return KIV_HISTOGRAM(kiv_profile_new(9, -2.0, 5.0, NULL)); },
       [] { return KIV_HISTOGRAM(kiv_tracer_new(50)); },
-      [] { return KIV_HISTOGRAM(g_object_new(forwarder_get_type(), "nx", 9, "xmin", -2.0, "xmax", 5.0, NULL)); },
-  };
+      [] { return KIV_HISTOGRAM(g_object_new(forwarder_get_type(), "nx", 9, "xmin", -2.0, "xmax", 5.0, NULL)); }};
   const double cycle[] = {1.0, 0.0, -2.5, 3.0, 0.125, 1e-300, 7.0};
   for (auto make : makes) {
-    for (bool weighted : {false, true}) {
-      KivHistogram *a = make(), *b = make();
-      std::vector<double> x = awkward_values(KIV_FUNCTION(a)), w(x.size());
-      for (size_t i = 0; i < w.size(); i++)
-        w[i] = cycle[i % G_N_ELEMENTS(cycle)];
-      /* After single fills, so that a batch adds to sums under way. */
-      fill_both(a, b, {0.3, -7.0}, w.data() + 3);
-      fill_both(a, b, x, weighted ? w.data() : NULL);
-      assert_same(a, b);
-      g_object_unref(a);
-      g_object_unref(b);
-    }
+    KivHistogram *a = make(), *b = make();
+    KivFunction *f = KIV_FUNCTION(a);
+    /* Each edge and its neighbouring doubles, NaN, infinities, huge and
+     * tiny values, signed zeros, then values a little beyond the range on
+     * both sides; enough for a batch to span several blocks. */
+    std::vector<double> x = {f->xmin - 0.5 * f->step, NAN, INFINITY, -INFINITY, 1e308, -1e308, 0.0, -0.0, kDenormal}, w;
+    for (int k = -2; k <= f->nbin + 1; k++)
+      for (double d : {-HUGE_VAL, 0.0, HUGE_VAL})
+        x.push_back(std::nextafter(f->xmin + k * f->step, d == 0.0 ? f->xmin + k * f->step : d));
+    for (guint64 r = 42; x.size() < 1100; r = r * 6364136223846793005ULL + 1442695040888963407ULL)
+      x.push_back(f->xmin + (f->xmax - f->xmin) * (1.2 * (r >> 11) / 9007199254740992.0 - 0.1));
+    for (size_t i = 0; i < x.size(); i++)
+      w.push_back(cycle[i % 7]);
+    fill_both(a, b, {0.3, -7.0}, w.data() + 3); /* so that a batch adds to sums under way */
+    fill_both(a, b, x, NULL);
+    fill_both(a, b, x, w.data());
+    /* The bins found ahead for the next batch are those of the old range. */
+    g_object_set(b, "xmin", f->xmin - 0.25, NULL), g_object_set(a, "xmin", f->xmin - 0.25, NULL);
+    fill_both(a, b, x, w.data());
+    g_object_unref(a), g_object_unref(b);
   }
   /* NaN and infinities poison sums, contents and extrema in a particular
    * way.  A sum of -0 (from a record written by hand) stays -0 while only
@@ -377,61 +298,26 @@ void test_fill_n() {
    * signed like w and w x. */
   std::vector<double> nan_at_270(300, -1.0);
   nan_at_270[270] = NAN;
-  const struct {
-    std::vector<double> x, w;
-    bool minus_zero;
-  } rows[] = {
-      {{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5}, {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0}, false},
-      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, -0.0, -3.0, -1.0, -4.0}, true},
-      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}, true},
-      {std::vector<double>(300, 1.5), nan_at_270, true},
-      {{-0.5}, {}, true},
-  };
+  const struct { std::vector<double> x, w; double zero; } rows[] = {
+      {{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5}, {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0}, 0.0},
+      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, -0.0, -3.0, -1.0, -4.0}, -0.0},
+      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}, -0.0},
+      {std::vector<double>(300, 1.5), nan_at_270, -0.0}, {{-0.5}, {}, -0.0}};
   for (const auto &r : rows) {
     KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL), *b = kiv_histogram_new(4, 0.0, 4.0, NULL);
     for (KivHistogram *h : {a, b})
-      h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.minus_zero ? -0.0 : 0.0;
+      h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.zero;
     fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data());
-    assert_same(a, b);
-    g_object_unref(a);
-    g_object_unref(b);
+    g_object_unref(a), g_object_unref(b);
   }
-}
-
-/* Batches after a new range, count or rebin, and batches alternating
- * between two histograms, find the bins of the binning in force; one
- * "changed" per batch, none for an empty one. */
-void test_fill_n_binning_changes() {
-  std::vector<double> x(3000);
-  for (size_t i = 0; i < x.size(); i++)
-    x[i] = -2.0 + 16.0 * ((i * 7919) % 3000) / 3000.0;
-  KivHistogram *h[2][2];
-  for (auto &pair : h)
-    pair[0] = kiv_histogram_new(10, 0.0, 10.0, NULL), pair[1] = kiv_histogram_new(30, -1.0, 12.0, NULL);
-  const std::function<void(KivHistogram *)> changes[] = {
-      [](KivHistogram *) {}, [](KivHistogram *e) { g_object_set(e, "xmin", 0.5, NULL); },
-      [](KivHistogram *e) { g_object_set(e, "nx", 13, NULL); },
-      [](KivHistogram *e) { kiv_histogram_rebin(e, 7, 0.0, 14.0); }};
-  for (const auto &change : changes) {
-    for (int k = 0; k < 4; k++)
-      change(h[k / 2][k % 2]);
-    for (int k = 0; k < 2; k++)
-      fill_both(h[0][k], h[1][k], x, NULL);
-  }
+  /* One "changed" per batch, none for an empty one. */
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
   kivtest::Counter changed;
-  changed.connect(h[1][0], "changed");
-  kiv_histogram_fill_n(h[1][0], x.data(), NULL, 0);
-  kiv_histogram_fill_n(h[1][0], NULL, NULL, 0);
-  kiv_histogram_fill_n(h[1][0], x.data(), NULL, 4);
-  kiv_histogram_fill_n(h[0][0], x.data(), NULL, 4);
-  g_assert_cmpint(changed.n, ==, 1);
-  assert_same(h[0][0], h[1][0]);
-  assert_same(h[0][1], h[1][1]);
-  for (int k = 0; k < 4; k++)
-    g_object_unref(h[k / 2][k % 2]);
+  changed.connect(h, "changed");
+  kiv_histogram_fill_n(h, rows[0].x.data(), NULL, 0), kiv_histogram_fill_n(h, NULL, NULL, 0), kiv_histogram_fill_n(h, rows[0].x.data(), NULL, 4);
+  g_assert_true(changed.n == 1 && kiv_histogram_entries(h) == 4.0 && h->y[0] == 1.0 && h->y[2] == 1.0);
+  g_object_unref(h);
 }
-
-/* ---- Threads. ---- */
 
 /* Two producers fill (batches and single values) while another thread
  * rebins between 16 and 8 bins and renames, and this one takes outlines
@@ -439,7 +325,7 @@ void test_fill_n_binning_changes() {
  * contents exactly; no value lies within two units below 0, where either
  * binning would count it in bin 0. */
 struct Run {
-  KivHistogram *h;
+  KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL);
   std::atomic<int> rebins{0}, ids{0};
   double inside[2] = {0, 0};
 };
@@ -447,46 +333,35 @@ struct Run {
 gpointer producer(gpointer data) {
   auto *run = static_cast<Run *>(data);
   int id = run->ids++;
-  guint32 seed = 17 + id;
-  for (int k = 0; k < 3000 || run->rebins < 100; k++) {
-    double x[5], w[5];
-    for (int i = 0; i < 5; i++) {
-      seed = seed * 1664525u + 1013904223u;
+  double x[5], w[5] = {0.5, 1.0, 1.5, 0.5, 1.0};
+  for (guint32 k = 0, seed = 17 + id; k < 3000 || run->rebins < 100; k++) {
+    for (int i = 0; i < 5; i++, seed = seed * 1664525u + 1013904223u) {
       x[i] = static_cast<int>(seed >> 8) % 192 / 8.0 - 4.0;
       x[i] = x[i] > -2.0 && x[i] < 0.0 ? -3.0 : x[i];
-      w[i] = (i % 3 + 1) * 0.5;
       run->inside[id] += x[i] >= 0.0 && x[i] < 16.0 ? w[i] : 0.0;
     }
-    kiv_histogram_fill_n(run->h, x, w, 4);
-    kiv_histogram_fill(run->h, x[4], w[4]);
+    kiv_histogram_fill_n(run->h, x, w, 4), kiv_histogram_fill(run->h, x[4], w[4]);
   }
   return NULL;
 }
 
 gpointer rebinner(gpointer data) {
-  auto *run = static_cast<Run *>(data);
-  for (int k = 0; k < 100; k++, run->rebins++) {
-    kiv_histogram_rebin(run->h, k % 2 ? 16 : 8, 0.0, 16.0);
-    kiv_function_set_name(KIV_FUNCTION(run->h), k % 4 < 2 ? "a long name, freed at every rename" : "b");
-    g_usleep(100);
-  }
+  for (auto *run = static_cast<Run *>(data); run->rebins < 100; run->rebins++, g_usleep(100))
+    kiv_histogram_rebin(run->h, run->rebins % 2 ? 16 : 8, 0.0, 16.0),
+        kiv_function_set_name(KIV_FUNCTION(run->h), run->rebins % 4 < 2 ? "a long name, freed at every rename" : "b");
   return NULL;
 }
 
 void test_threads() {
   Run run;
-  run.h = kiv_histogram_new(16, 0.0, 16.0, NULL);
   kiv_function_set_name(KIV_FUNCTION(run.h), "b");
-  GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run),
-                        g_thread_new("rebin", rebinner, &run)};
+  GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run), g_thread_new("r", rebinner, &run)};
   while (run.rebins < 100) {
-    KivTuple t = {0, NULL};
-    kiv_function_get_array(KIV_FUNCTION(run.h), &t, 0.0, 16.0);
-    int m = (t.n - 1) / 3;
-    g_assert_true(t.n % 3 == 1 && (m == 8 || m == 16) && t.P[3 * m].x == 16.0);
+    std::vector<double> p = outline(run.h, 0.0, 16.0);
+    int m = (p.size() / 2 - 1) / 3;
+    g_assert_true(p.size() % 6 == 2 && (m == 8 || m == 16) && p[6 * m] == 16.0);
     for (int k = 0; k < m; k++)
-      g_assert_true(t.P[3 * k].x == k * 16.0 / m && t.P[3 * k + 1].y == t.P[3 * k + 2].y);
-    kiv_function_clear_tuple(&t);
+      g_assert_true(p[6 * k] == k * 16.0 / m && p[6 * k + 3] == p[6 * k + 5]);
     /* A dump shows one binning and a whole name. */
     GString *dump = kiv_function_print(KIV_FUNCTION(run.h));
     gchar **lines = g_strsplit(dump->str, "\n", -1);
@@ -495,8 +370,7 @@ void test_threads() {
     g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") || !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
     for (int i = 0; i < n; i++)
       g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
-    g_strfreev(lines);
-    g_string_free(dump, TRUE);
+    g_strfreev(lines), g_string_free(dump, TRUE);
   }
   for (GThread *t : threads)
     g_thread_join(t);
@@ -517,7 +391,6 @@ int main(int argc, char **argv) {
   g_test_add_func("/histogram/resize-and-step", test_resize_and_step);
   g_test_add_func("/histogram/rebin", test_rebin);
   g_test_add_func("/histogram/fill-n", test_fill_n);
-  g_test_add_func("/histogram/fill-n-binning-changes", test_fill_n_binning_changes);
   g_test_add_func("/histogram/threads", test_threads);
   return g_test_run();
 }

@@ -12,52 +12,47 @@ std::vector<double> read_array(KivProfile *p, const char *property) {
   double *a = NULL;
   g_object_get(p, property, &a, NULL);
   std::vector<double> v(a, a + KIV_FUNCTION(p)->nbin);
-  g_free(a);
-  return v;
+  return g_free(a), v;
 }
 
 void test_means_and_spread() {
   kiv_expect_critical("kiv_profile_new: assertion 'n>0' failed");
   g_assert_null(kiv_profile_new(0, 0.0, 1.0, NULL));
-  /* y = 2 with weight 3 and y = 6 with weight 1: mean 3, spread sqrt(3);
-   * the statistics describe both variables. */
-  KivProfile *p = kiv_profile_new(2, 0.0, 2.0, NULL);
-  KivHistogram *h = KIV_HISTOGRAM(p);
-  kiv_profile_fill(p, 0.5, 2.0, 3.0);
-  kiv_profile_fill(p, 0.5, 6.0, 1.0);
-  kiv_profile_fill(p, 1.5, -1.0, 0.5);
-  kiv_assert_each({h->y[0], 3.0}, {p->s[0], 12.0}, {read_array(p, "ntotal")[0], 4.0}, {h->y[1], -1.0},
-                  {read_array(p, "rms")[0], std::sqrt(3.0)}, {read_array(p, "rms")[1], 0.0},
-                  {kiv_histogram_vmax(h), 3.0}, {kiv_histogram_vmin(h), -1.0}, {kiv_histogram_entries(h), 4.5},
-                  {kiv_stats_get_mean(h->stat, 0), 2.75 / 4.5}, {kiv_stats_get_mean(h->stat, 1), 11.5 / 4.5});
-  /* Through the histogram: weight 1, "changed"; outside the range
+  /* y = 2 with weight 3 and y = 6 with weight 1: mean 3, spread sqrt(3).
+   * The statistics describe both variables.  Weights that sum to 0 leave
+   * a bin as never filled; a denormal weight is a weight; huge values are
+   * averaged as given. */
+  KivProfile *p = kiv_profile_new(5, 0.0, 5.0, NULL);
+  KivHistogram *h = KIV_HISTOGRAM(p), *plain = kiv_histogram_new(1, 0.0, 1.0, NULL);
+  const double fills[][3] = {{0.5, 2, 3}, {0.5, 6, 1}, {1.5, -1, 0.5}, {2.5, 8, 0},         {3.5, 8, 2},
+                             {3.5, 3, -2}, {4.5, 1e308, 1}, {4.5, 1e308, 1}, {2.5, 3, 4.9406564584124654e-324}};
+  for (const auto &f : fills)
+    kiv_profile_fill(p, f[0], f[1], f[2]);
+  std::vector<double> rms = read_array(p, "rms"), n = read_array(p, "ntotal");
+  kiv_assert_each({h->y[0], 3.0}, {p->s[0], 12.0}, {n[0], 4.0}, {rms[0], std::sqrt(3.0)}, {h->y[1], -1.0}, {rms[1], 0.0},
+                  {h->y[2], 3.0}, {p->s[3], 0.0}, {n[3], 0.0}, {h->y[3], 0.0}, {h->y[4], INFINITY}, {p->s[4], INFINITY},
+                  {kiv_histogram_vmax(h), INFINITY}, {kiv_histogram_vmin(h), -1.0}, {kiv_histogram_entries(h), 6.5},
+                  {kiv_stats_get_mean(h->stat, 0), 11.75 / 6.5});
+  /* Through the histogram: weight 1 and "changed"; outside the range
    * nothing at all happens. */
   kivtest::Counter changed;
   changed.connect(p, "changed");
   kiv_histogram_fill(h, 0.5, 7.0);
-  for (double x : {2.0, 3.0, -1.0, (double)NAN, (double)INFINITY, -1e308}) {
-    kiv_profile_fill(p, x, 100.0, 1.0);
-    kiv_histogram_fill(h, x, 100.0);
-  }
-  kiv_assert_each({changed.n, 7}, {p->n[0], 5.0}, {h->y[0], 19.0 / 5.0}, {kiv_histogram_entries(h), 5.5},
-                  {kiv_histogram_vmax(h), 19.0 / 5.0});
-  KivHistogram *plain = kiv_histogram_new(1, 0.0, 1.0, NULL);
+  for (double x : {5.0, -1.0, (double)NAN, (double)INFINITY, -1e308})
+    kiv_profile_fill(p, x, 100.0, 1.0), kiv_histogram_fill(h, x, 100.0);
+  kiv_assert_each({changed.n, 6}, {p->n[0], 5.0}, {h->y[0], 19.0 / 5.0}, {kiv_histogram_entries(h), 7.5});
   kiv_expect_critical("kiv_profile_fill: assertion 'KIV_IS_PROFILE(p)' failed");
   kiv_profile_fill(reinterpret_cast<KivProfile *>(plain), 0.5, 1.0, 1.0);
   g_test_assert_expected_messages();
   g_assert_cmpfloat(plain->y[0], ==, 0.0);
-  g_object_unref(plain);
-
   /* A reset clears the sums and keeps means, statistics and extrema; a
-   * bin filled again starts afresh, the spread of another reads from its
-   * stale mean. */
+   * bin filled again starts afresh, another's spread reads its stale mean. */
   kiv_histogram_reset(h);
-  g_assert_true(changed.n == 8 && p->n[0] == 0.0 && p->s[1] == 0.0 && h->y[1] == -1.0);
-  kiv_assert_each({kiv_histogram_entries(h), 5.5}, {kiv_histogram_vmin(h), -1.0});
   kiv_profile_fill(p, 0.5, 10.0, 1.0);
-  std::vector<double> rms = read_array(p, "rms");
-  kiv_assert_each({h->y[0], 10.0}, {p->n[0], 1.0}, {rms[0], 0.0}, {rms[1], 1.0});
-  g_object_unref(p);
+  rms = read_array(p, "rms");
+  kiv_assert_each({changed.n, 7}, {p->n[0], 1.0}, {p->n[1], 0.0}, {h->y[0], 10.0}, {rms[0], 0.0}, {h->y[1], -1.0},
+                  {rms[1], 1.0}, {kiv_histogram_entries(h), 8.5}, {kiv_histogram_vmin(h), -1.0});
+  g_object_unref(plain), g_object_unref(p);
 }
 
 void test_range_handler() {
@@ -71,9 +66,8 @@ void test_range_handler() {
   g_object_set(p, "xmin", 3.0, "xmax", 6.0, NULL);
   g_assert_true(h->y[1] == 5.0 && p->n[1] == 0.0);
   g_object_set(p, "nx", 5, NULL);
-  for (int b = 0; b < 5; b++)
-    g_assert_true(h->y[b] == 0.0 && p->s[b] == 0.0 && read_array(p, "ntotal")[b] == 0.0);
-  g_assert_cmpfloat(means[2], ==, 3.0);
+  std::vector<double> n = read_array(p, "ntotal");
+  g_assert_true(n == std::vector<double>(5, 0.0) && h->y[4] == 0.0 && p->s[4] == 0.0 && means[2] == 3.0);
   g_object_set(p, "xstep", 1.5, NULL);
   kiv_profile_fill(p, 5.9, 2.0, 1.0);
   g_assert_true(KIV_FUNCTION(p)->nbin == 2 && p->n[1] == 1.0);
@@ -81,40 +75,14 @@ void test_range_handler() {
    * into bins they do not cover are dropped and the arrays read 0 there. */
   g_object_freeze_notify(G_OBJECT(p));
   g_object_set(p, "nx", 8, NULL);
-  kiv_profile_fill(p, 5.9, 2.0, 1.0);
-  kiv_profile_fill(p, 3.1, 2.0, 4.0);
+  kiv_profile_fill(p, 5.9, 2.0, 1.0), kiv_profile_fill(p, 3.1, 2.0, 4.0);
   std::vector<double> rms = read_array(p, "rms");
   g_assert_true(h->y[7] == 0.0 && p->n[0] == 4.0 && rms.size() == 8 && rms[7] == 0.0);
   g_object_thaw_notify(G_OBJECT(p));
   kiv_profile_fill(p, 5.9, 2.0, 1.0);
   g_assert_cmpfloat(p->n[7], ==, 1.0);
-  /* A rebin re-allocates the sums from inside the lock. */
-  kiv_histogram_rebin(h, 4, 3.0, 6.0);
+  kiv_histogram_rebin(h, 4, 3.0, 6.0); /* re-allocates the sums under the lock */
   g_assert_cmpint(read_array(p, "ntotal").size(), ==, 4);
-  g_object_unref(p);
-
-  /* Above "nx"'s range GObject refuses the count: one bin, with sums. */
-  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
-  p = kiv_profile_new(G_MAXINT, 0.0, 1.0, NULL);
-  g_test_assert_expected_messages();
-  g_assert_true(KIV_FUNCTION(p)->nbin == 1 && read_array(p, "ntotal")[0] == 0.0);
-  g_object_unref(p);
-}
-
-/* A first fill of weight 0, or weights that cancel, leave no weight to
- * divide by: such a bin reads as never filled.  A denormal weight is a
- * weight; huge values are averaged as given. */
-void test_odd_weights() {
-  KivProfile *p = kiv_profile_new(4, 0.0, 4.0, NULL);
-  KivHistogram *h = KIV_HISTOGRAM(p);
-  const double fills[][3] = {{0.5, 8, 0}, {1.5, 8, 2}, {1.5, 3, -2}, {2.5, 1e308, 1}, {2.5, 1e308, 1},
-                             {3.5, 3, 4.9406564584124654e-324}};
-  for (const auto &f : fills)
-    kiv_profile_fill(p, f[0], f[1], f[2]);
-  kiv_assert_each({h->y[0], 0.0}, {p->s[0], 0.0}, {p->n[0], 0.0}, {h->y[1], 0.0}, {p->s[1], 0.0},
-                  {p->n[1], 0.0}, {h->y[2], INFINITY}, {p->s[2], INFINITY}, {h->y[3], 3.0});
-  kiv_profile_fill(p, 1.5, 6.0, 0.5);
-  kiv_assert_each({h->y[1], 6.0}, {p->s[1], 36.0}, {read_array(p, "rms")[1], 0.0});
   g_object_unref(p);
 }
 
@@ -124,11 +92,10 @@ void test_odd_weights() {
 constexpr int kBins = 8, kPerProducer = 4800;
 std::atomic<int> running;
 
-gpointer producer(gpointer data) {
-  auto *p = static_cast<KivProfile *>(data);
+gpointer producer(gpointer p) {
   for (int k = 0; k < kPerProducer; k++) {
     kiv_function_lock(KIV_FUNCTION(p));
-    kiv_profile_fill(p, k / 2 % kBins + 0.25, k / 2 % kBins + k % 2 * 2.0, 1.0);
+    kiv_profile_fill(KIV_PROFILE(p), k / 2 % kBins + 0.25, k / 2 % kBins + k % 2 * 2.0, 1.0);
     kiv_function_unlock(KIV_FUNCTION(p));
   }
   running--;
@@ -138,11 +105,9 @@ gpointer producer(gpointer data) {
 void test_threads() {
   KivProfile *p = kiv_profile_new(kBins, 0.0, kBins, NULL);
   running = 4;
-  GThread *threads[4];
-  for (auto &t : threads)
-    t = g_thread_new("producer", producer, p);
-  std::vector<double> last(kBins, 0.0);
-  for (int reads = 0; running > 0 || reads == 0; reads++) {
+  GThread *threads[] = {g_thread_new("p", producer, p), g_thread_new("p", producer, p),
+                        g_thread_new("p", producer, p), g_thread_new("p", producer, p)};
+  for (std::vector<double> last(kBins, 0.0); running > 0;) {
     KivTuple t = {0, NULL};
     kiv_function_get_array(KIV_FUNCTION(p), &t, 0.0, kBins);
     kiv_function_lock(KIV_FUNCTION(p));
@@ -151,8 +116,7 @@ void test_threads() {
     for (int b = 0; b < kBins; b++) {
       /* A mean lies between the values filled; weight sums only grow. */
       double mean = t.P[3 * b + 1].y;
-      g_assert_true(mean == 0.0 || (mean >= b - 1e-9 && mean <= b + 2.0 + 1e-9));
-      g_assert_cmpfloat(n[b], >=, last[b]);
+      g_assert_true((mean == 0.0 || (mean >= b - 1e-9 && mean <= b + 2.0 + 1e-9)) && n[b] >= last[b]);
       last[b] = n[b];
     }
     kiv_function_clear_tuple(&t);
@@ -160,11 +124,9 @@ void test_threads() {
   for (auto &t : threads)
     g_thread_join(t);
   std::vector<double> n = read_array(p, "ntotal"), rms = read_array(p, "rms");
-  for (int b = 0; b < kBins; b++) {
-    g_assert_cmpfloat(n[b], ==, 4.0 * kPerProducer / kBins);
-    g_assert_cmpfloat_with_epsilon(KIV_HISTOGRAM(p)->y[b], b + 1.0, 1e-9);
-    g_assert_cmpfloat_with_epsilon(rms[b], 1.0, 1e-6);
-  }
+  for (int b = 0; b < kBins; b++)
+    g_assert_true(n[b] == 4.0 * kPerProducer / kBins && fabs(KIV_HISTOGRAM(p)->y[b] - b - 1.0) < 1e-9 &&
+                  fabs(rms[b] - 1.0) < 1e-6);
   g_assert_cmpfloat(kiv_histogram_entries(KIV_HISTOGRAM(p)), ==, 4.0 * kPerProducer);
   g_object_unref(p);
 }
@@ -175,7 +137,6 @@ int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL);
   g_test_add_func("/profile/means-and-spread", test_means_and_spread);
   g_test_add_func("/profile/range-handler", test_range_handler);
-  g_test_add_func("/profile/odd-weights", test_odd_weights);
   g_test_add_func("/profile/threads", test_threads);
   return g_test_run();
 }
