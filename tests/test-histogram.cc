@@ -36,18 +36,13 @@ void assert_contents(KivHistogram *h, std::vector<double> want) {
 
 /* The points of the step outline over [lo, hi], flattened to x, y, x, y... */
 std::vector<double> outline(KivHistogram *h, double lo, double hi) {
-  KivTuple t = {0, NULL};
-  kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi);
-  std::vector<double> v;
-  if (t.n > 0)
-    v.assign(&t.P->x, &t.P->x + 2 * t.n);
+  KivTuple t = {0, NULL}; kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi); std::vector<double> v;
+  if (t.n > 0) v.assign(&t.P->x, &t.P->x + 2 * t.n);
   return kiv_function_clear_tuple(&t), v;
 }
 
 void test_fill_and_stats() {
-  KivHistogram *h = kiv_histogram_new(10, 0.0, 10.0, NULL);
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  KivHistogram *h = kiv_histogram_new(10, 0.0, 10.0, NULL); kivtest::Counter changed; changed.connect(h, "changed");
   /* The upper edge belongs to no bin and less than a bin below the range
    * lands in bin 0; both count as entries.  -0 is no new minimum. */
   for (auto f : {std::pair{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}})
@@ -57,16 +52,12 @@ void test_fill_and_stats() {
   h->y[9] = 4.0;
   for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}, {2.0, -2.0}})
     g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p.first), ==, p.second);
-  kiv_histogram_reset(h);
-  g_assert_cmpint(changed.n, ==, 6);
-  assert_contents(h, std::vector<double>(10, 0.0));
+  kiv_histogram_reset(h); g_assert_cmpint(changed.n, ==, 6); assert_contents(h, std::vector<double>(10, 0.0));
   assert_stats(h, 0.0, 0.0, 0.0, 0.0, G_MAXDOUBLE, -G_MAXDOUBLE);
 
   kiv_histogram_resize(h, 4, 0.0, 4.0);
-  for (double x : {1.0, 2.0, 3.0})
-    kiv_histogram_fill(h, x, 1.0);
-  KivStats *s = kiv_stats_new();
-  g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0);
+  for (double x : {1.0, 2.0, 3.0}) kiv_histogram_fill(h, x, 1.0);
+  KivStats *s = kiv_stats_new(); g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0);
   assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
   kiv_assert_each({s->nc, 3.0}, {s->s[0], 6.0}, {s->s[2], 14.0}, {s->xmin[0], 1.0}, {s->xmax[0], 3.0});
   g_assert_true(fabs(kiv_histogram_rms(h) - 2.0 / 3) < 1e-15 && fabs(kiv_histogram_stdev(h) - sqrt(2.0 / 3)) < 1e-15);
@@ -74,8 +65,7 @@ void test_fill_and_stats() {
    * centre, weighted by the content, whatever "stats" is given; NaN
    * neither widens the extrema nor hides the rest. */
   const double y[] = {NAN, 2.0, -0.0, -1.0};
-  for (int i = 0; i < 4; i++)
-    kiv_histogram_set_bin_content(h, i, y[i]);
+  for (int i = 0; i < 4; i++) kiv_histogram_set_bin_content(h, i, y[i]);
   g_object_set(h, "stats", 12345, NULL);
   g_assert_true(std::isnan(kiv_histogram_entries(h)) && kiv_histogram_get_bin_content(h, 1) == 2.0);
   kiv_assert_each({kiv_histogram_vmin(h), -1.0}, {kiv_histogram_vmax(h), 2.0}, {kiv_histogram_min_value(h), 0.5}, {kiv_histogram_max_value(h), 3.5});
@@ -85,13 +75,10 @@ void test_fill_and_stats() {
 /* Every refused argument gets its critical and its stated answer,
  * changes nothing and leaves the lock free. */
 void test_refused() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  KivStats *s = kiv_stats_new();
-  KivHistogram *other = reinterpret_cast<KivHistogram *>(s);
-  int sz = 7;
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); KivStats *s = kiv_stats_new();
+  KivHistogram *other = reinterpret_cast<KivHistogram *>(s); int sz = 7;
   double *live = h->y;
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  kivtest::Counter changed; changed.connect(h, "changed");
   const std::pair<const char *, std::function<double()>> cases[] = {
       {"kiv_histogram_new: assertion 'n>0' failed", [] { return !!kiv_histogram_new(0, 0, 1, NULL); }},
       {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, 4); }},
@@ -111,25 +98,18 @@ void test_refused() {
   for (const auto &c : cases) {
     kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages(); }
   g_assert_true(changed.n == 0 && kiv_histogram_entries(h) == 0.0 && kiv_function_trylock(KIV_FUNCTION(h)));
-  kiv_function_unlock(KIV_FUNCTION(h));
-  g_object_unref(s), g_object_unref(h);
+  kiv_function_unlock(KIV_FUNCTION(h)); g_object_unref(s), g_object_unref(h);
 }
 
 void test_borrowed_contents_and_outline() {
   double data[] = {0, 2, 0, 1, 123}; /* a canary past the contents */
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, data);
-  assert_stats(h, 3.0, (2 * 1.5 + 1 * 3.5) / 3, 0.0, 2.0, 1.5, 3.5);
-  kiv_histogram_fill(h, 3.2, 1.0);
-  int sz = 0;
+  assert_stats(h, 3.0, (2 * 1.5 + 1 * 3.5) / 3, 0.0, 2.0, 1.5, 3.5); kiv_histogram_fill(h, 3.2, 1.0); int sz = 0;
   double *live = NULL, *copy = kiv_histogram_get_data(h);
-  gpointer ptr = NULL;
-  kiv_histogram_get_values(h, &sz, &live), g_object_get(h, "ptr", &ptr, NULL);
+  gpointer ptr = NULL; kiv_histogram_get_values(h, &sz, &live), g_object_get(h, "ptr", &ptr, NULL);
   g_assert_true(h->owner == 0 && sz == 4 && live == data && ptr == data && copy != data && !memcmp(copy, data, 32) && data[3] == 2);
-  KivHistogram *c = kiv_histogram_clone(h);
-  kiv_histogram_fill(c, 0.5, 4.0);
-  assert_contents(c, {4, 2, 0, 2});
-  assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5);
-  g_assert_true(c->owner == 1 && data[0] == 0.0);
+  KivHistogram *c = kiv_histogram_clone(h); kiv_histogram_fill(c, 0.5, 4.0); assert_contents(c, {4, 2, 0, 2});
+  assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5); g_assert_true(c->owner == 1 && data[0] == 0.0);
   g_free(copy), g_object_unref(c);
   /* The outline rises, tops and falls at the bin edges; limits beyond the
    * range are clamped to the outer bins; a request within a bin gives
@@ -137,31 +117,22 @@ void test_borrowed_contents_and_outline() {
   g_assert_true(outline(h, 1.2, 4.0) == std::vector<double>({1, 0, 1, 2, 2, 2, 2, 2, 2, 0, 3, 0, 3, 0, 3, 2, 4, 2, 4, 0}));
   g_assert_true(outline(h, 1.2, 1.3) == std::vector<double>({1, 0, 1, 2, 2, 2, 2, 0}));
   kiv_assert_each({outline(h, -1e308, INFINITY).size(), 26}, {outline(h, NAN, NAN).size(), 8}, {outline(h, 1.5, 0.5).size(), 0});
-  kiv_histogram_reset(h);
-  g_assert_true(data[1] == 0.0 && data[4] == 123.0);
+  kiv_histogram_reset(h); g_assert_true(data[1] == 0.0 && data[4] == 123.0);
   /* A new count gives the histogram an array of its own, emitting no
    * "changed"; its own array handed back stays owned; NULL gives zeros
    * of its own and leaves the statistics. */
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
-  data[1] = 2.0;
-  g_object_set(h, "nx", 3, NULL);
+  kivtest::Counter changed; changed.connect(h, "changed"); data[1] = 2.0; g_object_set(h, "nx", 3, NULL);
   g_assert_true(h->y != data && h->owner == 1 && data[1] == 2.0 && changed.n == 0);
   double *own = h->y;
-  own[1] = 5.0;
-  g_object_set(h, "ptr", own, NULL);
+  own[1] = 5.0; g_object_set(h, "ptr", own, NULL);
   g_assert_true(h->y == own && h->owner == 1 && changed.n == 1 && kiv_histogram_entries(h) == 5.0);
-  g_object_set(h, "ptr", NULL, NULL);
-  assert_contents(h, {0, 0, 0});
-  g_assert_true(h->owner == 1 && changed.n == 2 && kiv_histogram_entries(h) == 5.0);
-  g_object_unref(h);
+  g_object_set(h, "ptr", NULL, NULL); assert_contents(h, {0, 0, 0});
+  g_assert_true(h->owner == 1 && changed.n == 2 && kiv_histogram_entries(h) == 5.0); g_object_unref(h);
   g_assert_cmpfloat(data[4], ==, 123.0);
 }
 
 void test_resize_and_step() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  KivFunction *f = KIV_FUNCTION(h);
-  kivtest::Counter range;
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); KivFunction *f = KIV_FUNCTION(h); kivtest::Counter range;
   range.connect(h, "range-changed");
   /* "nx", a resize and a new step zero the contents; statistics stay.  A
    * count below 1 keeps the count, and the range still changes; one that
@@ -169,39 +140,30 @@ void test_resize_and_step() {
   kiv_histogram_fill(h, 1.0, 3.0), g_object_set(h, "nx", 8, NULL), kiv_histogram_fill(h, 1.0, 1.0);
   g_assert_true(f->nbin == 8 && f->step == 0.5 && range.n == 1 && h->y[2] == 1.0);
   kiv_histogram_resize(h, 5, -5.0, 5.0);
-  g_assert_true(f->nbin == 5 && f->xmin == -5.0 && f->step == 2.0 && range.n == 2);
-  assert_contents(h, {0, 0, 0, 0, 0});
-  assert_stats(h, 4.0, 1.0, 0.0, 3.0, 1.0, 1.0);
-  h->y[4] = 1.0;
-  kiv_histogram_resize(h, 0, 0.0, 10.0);
+  g_assert_true(f->nbin == 5 && f->xmin == -5.0 && f->step == 2.0 && range.n == 2); assert_contents(h, {0, 0, 0, 0, 0});
+  assert_stats(h, 4.0, 1.0, 0.0, 3.0, 1.0, 1.0); h->y[4] = 1.0; kiv_histogram_resize(h, 0, 0.0, 10.0);
   g_assert_true(f->nbin == 5 && f->step == 2.0 && h->y[4] == 0.0);
   kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 5 bins");
-  kiv_histogram_resize(h, G_MAXINT, 0.0, 1.0);
-  g_object_set(h, "xstep", 0.3, NULL), kiv_histogram_fill(h, 0.85, 1.0);
+  kiv_histogram_resize(h, G_MAXINT, 0.0, 1.0); g_object_set(h, "xstep", 0.3, NULL), kiv_histogram_fill(h, 0.85, 1.0);
   g_assert_true(f->nbin == 3 && kiv_function_get_step(f) == 0.3 && range.n == 5 && fabs(f->xmax - 0.9) < 1e-15);
   /* Steps that give no count from 1 to 999999 change nothing. */
-  for (double bad : {0.0, -0.3, 1e-300})
-    kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", bad, NULL);
-  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*xstep*");
-  g_object_set(h, "xstep", (double)NAN, NULL);
+  for (double bad : {0.0, -0.3, 1e-300}) kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", bad, NULL);
+  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*xstep*"); g_object_set(h, "xstep", (double)NAN, NULL);
   g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
   KivHistogram *one = kiv_histogram_new(1000000, 0.0, 1.0, NULL); /* above "nx"'s range: one bin */
-  g_test_assert_expected_messages();
-  assert_contents(h, {0, 0, 1});
+  g_test_assert_expected_messages(); assert_contents(h, {0, 0, 1});
   g_assert_true(range.n == 5 && KIV_FUNCTION(one)->nbin == 1 && KIV_FUNCTION(one)->step == 1.0);
   g_object_unref(one), g_object_unref(h);
 }
 
 void record_lock(KivFunction *f, std::vector<bool> *held) {
   bool free_lock = kiv_function_trylock(f);
-  if (free_lock)
-    kiv_function_unlock(f);
+  if (free_lock) kiv_function_unlock(f);
   held->push_back(!free_lock);
 }
 
 void test_rebin() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  KivFunction *f = KIV_FUNCTION(h);
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); KivFunction *f = KIV_FUNCTION(h);
   /* Each row rebins what the row before left (or 1 2 3 4 on a fresh [0,
    * 4)): a new bin gets what the old bins it covers held, split evenly
    * within an old bin.  A count below 1 keeps the count. */
@@ -210,28 +172,23 @@ void test_rebin() {
       {false, 4, 1, 3, {1, 1, 1.5, 1.5}}, {false, 3, -1, 5, {0, 5, 0}}, {true, 0, 0, 8, {3, 7, 0, 0}},
       {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}}};
   for (const auto &r : rows) {
-    if (r.fresh)
-      kiv_histogram_resize(h, 4, 0.0, 4.0), std::copy_n(std::begin({1.0, 2.0, 3.0, 4.0}), 4, h->y);
-    kiv_histogram_rebin(h, r.n, r.lo, r.hi);
-    assert_contents(h, r.want);
+    if (r.fresh) kiv_histogram_resize(h, 4, 0.0, 4.0), std::copy_n(std::begin({1.0, 2.0, 3.0, 4.0}), 4, h->y);
+    kiv_histogram_rebin(h, r.n, r.lo, r.hi); assert_contents(h, r.want);
     g_assert_true(f->xmin == r.lo && f->xmax == r.hi);
   }
   assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0); /* one entry per new bin at its centre */
   /* Refused limits or count: a warning, and nothing changes. */
-  kivtest::Counter range;
-  range.connect(h, "range-changed");
+  kivtest::Counter range; range.connect(h, "range-changed");
   for (auto lim : {std::pair{(double)NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY}, {4.0, 0.0}, {2.0, 2.0}, {-1e308, 1e308}, {0.0, kDenormal}})
     kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing"),
         kiv_histogram_rebin(h, 1000, lim.first, lim.second);
   kiv_expect_warning("kiv_histogram_rebin: 1000000 bins is more than 999999; keeping 4 bins");
-  kiv_histogram_rebin(h, 1000000, 0.0, 4.0);
-  g_test_assert_expected_messages();
+  kiv_histogram_rebin(h, 1000000, 0.0, 4.0); g_test_assert_expected_messages();
   assert_contents(h, {1.5, 1.5, 3.5, 3.5});
   g_assert_true(f->xmin == 0.0 && f->xmax == 4.0 && f->step == 1.0 && range.n == 2);
   /* "range-changed" comes first from the new count with the lock held,
    * then once more after the lock is released. */
-  std::vector<bool> held;
-  g_signal_connect(h, "range-changed", G_CALLBACK(record_lock), &held);
+  std::vector<bool> held; g_signal_connect(h, "range-changed", G_CALLBACK(record_lock), &held);
   kiv_histogram_rebin(h, 999999, 0.0, 4.0);
   g_assert_true(held.size() == 2 && held[0] && !held[1] && fabs(h->y[999998] - 3.5 / 249999.75) < 1e-12);
   g_object_unref(h);
@@ -242,13 +199,11 @@ void test_rebin() {
 /* Contents, statistics, extrema, the sums of profiles and the ring of
  * tracers, as raw bytes. */
 std::vector<double> state(KivHistogram *h) {
-  int n = KIV_FUNCTION(h)->nbin;
-  std::vector<double> v(h->y, h->y + n);
+  int n = KIV_FUNCTION(h)->nbin; std::vector<double> v(h->y, h->y + n);
   v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10), v.insert(v.end(), {h->vmin, h->vmax});
   if (KIV_IS_PROFILE(h))
     v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n), v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
-  if (KIV_IS_TRACER(h))
-    v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
+  if (KIV_IS_TRACER(h)) v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
   return v;
 }
 
@@ -256,8 +211,7 @@ std::vector<double> state(KivHistogram *h) {
  * blocks of 256 a batch works in; then both are compared byte for byte. */
 void fill_both(KivHistogram *a, KivHistogram *b, const std::vector<double> &x, const double *w) {
   const gsize sizes[] = {1, 255, 256, 257, 300, 1000, 2000};
-  for (size_t i = 0; i < x.size(); i++)
-    kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
+  for (size_t i = 0; i < x.size(); i++) kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
   for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++)
     m = std::min(sizes[k % 7], x.size() - i), kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
   std::vector<double> sa = state(a), sb = state(b);
@@ -271,8 +225,7 @@ void test_fill_n() {
       [] { return KIV_HISTOGRAM(g_object_new(forwarder_get_type(), "nx", 9, "xmin", -2.0, "xmax", 5.0, NULL)); }};
   const double cycle[] = {1.0, 0.0, -2.5, 3.0, 0.125, 1e-300, 7.0};
   for (auto make : makes) {
-    KivHistogram *a = make(), *b = make();
-    KivFunction *f = KIV_FUNCTION(a);
+    KivHistogram *a = make(), *b = make(); KivFunction *f = KIV_FUNCTION(a);
     /* Each edge and its neighbouring doubles, NaN, infinities, huge and
      * tiny values, signed zeros, then values a little beyond the range on
      * both sides; enough for a batch to span several blocks. */
@@ -282,22 +235,18 @@ void test_fill_n() {
         x.push_back(std::nextafter(f->xmin + k * f->step, d == 0.0 ? f->xmin + k * f->step : d));
     for (guint64 r = 42; x.size() < 1100; r = r * 6364136223846793005ULL + 1442695040888963407ULL)
       x.push_back(f->xmin + (f->xmax - f->xmin) * (1.2 * (r >> 11) / 9007199254740992.0 - 0.1));
-    for (size_t i = 0; i < x.size(); i++)
-      w.push_back(cycle[i % 7]);
+    for (size_t i = 0; i < x.size(); i++) w.push_back(cycle[i % 7]);
     fill_both(a, b, {0.3, -7.0}, w.data() + 3); /* so that a batch adds to sums under way */
-    fill_both(a, b, x, NULL);
-    fill_both(a, b, x, w.data());
+    fill_both(a, b, x, NULL); fill_both(a, b, x, w.data());
     /* The bins found ahead for the next batch are those of the old range. */
     g_object_set(b, "xmin", f->xmin - 0.25, NULL), g_object_set(a, "xmin", f->xmin - 0.25, NULL);
-    fill_both(a, b, x, w.data());
-    g_object_unref(a), g_object_unref(b);
+    fill_both(a, b, x, w.data()); g_object_unref(a), g_object_unref(b);
   }
   /* NaN and infinities poison sums, contents and extrema in a particular
    * way.  A sum of -0 (from a record written by hand) stays -0 while only
    * -0 terms are added: the terms w y and w x y of a histogram are zeros
    * signed like w and w x. */
-  std::vector<double> nan_at_270(300, -1.0);
-  nan_at_270[270] = NAN;
+  std::vector<double> nan_at_270(300, -1.0); nan_at_270[270] = NAN;
   const struct { std::vector<double> x, w; double zero; } rows[] = {
       {{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5}, {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0}, 0.0},
       {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, -0.0, -3.0, -1.0, -4.0}, -0.0},
@@ -305,15 +254,11 @@ void test_fill_n() {
       {std::vector<double>(300, 1.5), nan_at_270, -0.0}, {{-0.5}, {}, -0.0}};
   for (const auto &r : rows) {
     KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL), *b = kiv_histogram_new(4, 0.0, 4.0, NULL);
-    for (KivHistogram *h : {a, b})
-      h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.zero;
-    fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data());
-    g_object_unref(a), g_object_unref(b);
+    for (KivHistogram *h : {a, b}) h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.zero;
+    fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data()); g_object_unref(a), g_object_unref(b);
   }
   /* One "changed" per batch, none for an empty one. */
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); kivtest::Counter changed; changed.connect(h, "changed");
   kiv_histogram_fill_n(h, rows[0].x.data(), NULL, 0), kiv_histogram_fill_n(h, NULL, NULL, 0), kiv_histogram_fill_n(h, rows[0].x.data(), NULL, 4);
   g_assert_true(changed.n == 1 && kiv_histogram_entries(h) == 4.0 && h->y[0] == 1.0 && h->y[2] == 1.0);
   g_object_unref(h);
@@ -325,19 +270,16 @@ void test_fill_n() {
  * contents exactly; no value lies within two units below 0, where either
  * binning would count it in bin 0. */
 struct Run {
-  KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL);
-  std::atomic<int> rebins{0}, ids{0};
+  KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL); std::atomic<int> rebins{0}, ids{0};
   double inside[2] = {0, 0};
 };
 
 gpointer producer(gpointer data) {
-  auto *run = static_cast<Run *>(data);
-  int id = run->ids++;
+  auto *run = static_cast<Run *>(data); int id = run->ids++;
   double x[5], w[5] = {0.5, 1.0, 1.5, 0.5, 1.0};
   for (guint32 k = 0, seed = 17 + id; k < 3000 || run->rebins < 100; k++) {
     for (int i = 0; i < 5; i++, seed = seed * 1664525u + 1013904223u) {
-      x[i] = static_cast<int>(seed >> 8) % 192 / 8.0 - 4.0;
-      x[i] = x[i] > -2.0 && x[i] < 0.0 ? -3.0 : x[i];
+      x[i] = static_cast<int>(seed >> 8) % 192 / 8.0 - 4.0; x[i] = x[i] > -2.0 && x[i] < 0.0 ? -3.0 : x[i];
       run->inside[id] += x[i] >= 0.0 && x[i] < 16.0 ? w[i] : 0.0;
     }
     kiv_histogram_fill_n(run->h, x, w, 4), kiv_histogram_fill(run->h, x[4], w[4]);
@@ -353,44 +295,32 @@ gpointer rebinner(gpointer data) {
 }
 
 void test_threads() {
-  Run run;
-  kiv_function_set_name(KIV_FUNCTION(run.h), "b");
+  Run run; kiv_function_set_name(KIV_FUNCTION(run.h), "b");
   GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run), g_thread_new("r", rebinner, &run)};
   while (run.rebins < 100) {
-    std::vector<double> p = outline(run.h, 0.0, 16.0);
-    int m = (p.size() / 2 - 1) / 3;
+    std::vector<double> p = outline(run.h, 0.0, 16.0); int m = (p.size() / 2 - 1) / 3;
     g_assert_true(p.size() % 6 == 2 && (m == 8 || m == 16) && p[6 * m] == 16.0);
-    for (int k = 0; k < m; k++)
-      g_assert_true(p[6 * k] == k * 16.0 / m && p[6 * k + 3] == p[6 * k + 5]);
+    for (int k = 0; k < m; k++) g_assert_true(p[6 * k] == k * 16.0 / m && p[6 * k + 3] == p[6 * k + 5]);
     /* A dump shows one binning and a whole name. */
-    GString *dump = kiv_function_print(KIV_FUNCTION(run.h));
-    gchar **lines = g_strsplit(dump->str, "\n", -1);
-    int n = 0;
+    GString *dump = kiv_function_print(KIV_FUNCTION(run.h)); gchar **lines = g_strsplit(dump->str, "\n", -1); int n = 0;
     g_assert_true(sscanf(lines[0], "1D %d 0.000000 16.000000\t", &n) == 1 && (n == 8 || n == 16));
     g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") || !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
-    for (int i = 0; i < n; i++)
-      g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
+    for (int i = 0; i < n; i++) g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
     g_strfreev(lines), g_string_free(dump, TRUE);
   }
-  for (GThread *t : threads)
-    g_thread_join(t);
+  for (GThread *t : threads) g_thread_join(t);
   double sum = 0.0;
-  for (int i = 0; i < KIV_FUNCTION(run.h)->nbin; i++)
-    sum += run.h->y[i];
-  g_assert_cmpfloat(sum, ==, run.inside[0] + run.inside[1]);
-  g_object_unref(run.h);
+  for (int i = 0; i < KIV_FUNCTION(run.h)->nbin; i++) sum += run.h->y[i];
+  g_assert_cmpfloat(sum, ==, run.inside[0] + run.inside[1]); g_object_unref(run.h);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL);
-  g_test_add_func("/histogram/fill-and-stats", test_fill_and_stats);
+  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram/fill-and-stats", test_fill_and_stats);
   g_test_add_func("/histogram/refused", test_refused);
   g_test_add_func("/histogram/borrowed-contents-and-outline", test_borrowed_contents_and_outline);
-  g_test_add_func("/histogram/resize-and-step", test_resize_and_step);
-  g_test_add_func("/histogram/rebin", test_rebin);
-  g_test_add_func("/histogram/fill-n", test_fill_n);
-  g_test_add_func("/histogram/threads", test_threads);
+  g_test_add_func("/histogram/resize-and-step", test_resize_and_step); g_test_add_func("/histogram/rebin", test_rebin);
+  g_test_add_func("/histogram/fill-n", test_fill_n); g_test_add_func("/histogram/threads", test_threads);
   return g_test_run();
 }

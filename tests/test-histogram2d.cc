@@ -29,21 +29,17 @@ KivHistogram2D *unit_10x10(double *ptr = NULL) {
 }
 
 void test_fill_and_dump() {
-  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL);
-  int npts = 0;
-  KivTuple t = {5, NULL};
+  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); int npts = 0; KivTuple t = {5, NULL};
   kiv_function_get_array(KIV_FUNCTION(h), &t, 0, 1); /* no point array */
   g_object_get(h, "npts", &npts, NULL);
   g_assert_true(h->owner == 1 && all_zero(h) && bufsiz(h) == 6 && npts == 6 && t.n == 0 && t.P == NULL);
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  kivtest::Counter changed; changed.connect(h, "changed");
   /* The statistics get the raw coordinates, not the cell centre.  Less
    * than a bin below the low edge still lands in bin 0; outside the grid
    * (NaN included) nothing changes but "changed" is emitted. */
   const double fills[][3] = {{1.25, 0.75, 2}, {-0.5, 0.25, 1}, {2.5, 0.1, -3}, {3.0, 0.5, 1}, {0.5, -0.6, 1},
                              {-1.0, 0.5, 1},  {0.5, 1e300, 1}, {NAN, 0.5, 1},  {0.5, NAN, 1}, {INFINITY, 0.5, 1}};
-  for (const auto &f : fills)
-    kiv_histogram2d_fill(h, f[0], f[1], f[2]);
+  for (const auto &f : fills) kiv_histogram2d_fill(h, f[0], f[1], f[2]);
   double vmin = 0;
   g_object_get(h, "vmin", &vmin, NULL);
   kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3}, {vmin, -3},
@@ -57,8 +53,7 @@ void test_fill_and_dump() {
   g_string_free(dump, TRUE);
   /* Value at a point: outside the grid, the nearest edge cell. */
   const double at[][3] = {{-5, -5, 1}, {5, 5, 0}, {NAN, NAN, 1}, {1.5, 0.9, 2}, {2.9, -7, -3}};
-  for (const auto &p : at)
-    g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
+  for (const auto &p : at) g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
   /* A reset zeroes the cells and keeps the extrema and statistics. */
   kiv_histogram2d_reset(h);
   g_assert_true(changed.n == 11 && all_zero(h) && h->vmin == -3 && h->vmax == 2 && h->stat->s[0] == -5.5);
@@ -66,12 +61,8 @@ void test_fill_and_dump() {
 }
 
 void test_refused() {
-  KivHistogram2D *h = unit_10x10();
-  KivStats *s = kiv_stats_new();
-  auto *other = reinterpret_cast<KivHistogram2D *>(s);
-  const double x[] = {0.5};
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  KivHistogram2D *h = unit_10x10(); KivStats *s = kiv_stats_new(); auto *other = reinterpret_cast<KivHistogram2D *>(s);
+  const double x[] = {0.5}; kivtest::Counter changed; changed.connect(h, "changed");
   const std::pair<const char *, std::function<double()>> cases[] = {
       {"kiv_histogram2d_new: assertion 'nx>0' failed", [] { return !!kiv_histogram2d_new(0, 0, 1, 10, 0, 1, NULL); }},
       {"kiv_histogram2d_new: assertion 'ny>0' failed", [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
@@ -95,50 +86,35 @@ void test_refused() {
       {"kiv_histogram2d_new: a grid of 65536 x 32768 cells *", [] { return !!kiv_histogram2d_new(65536, 0, 1, 32768, 0, 1, NULL); }},
   };
   for (const auto &c : cases) {
-    kiv_expect_critical(c.first);
-    g_assert_cmpfloat(c.second(), ==, 0.0);
-    g_test_assert_expected_messages();
+    kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages();
   }
-  g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0);
-  g_object_unref(s);
-  g_object_unref(h);
+  g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0); g_object_unref(s); g_object_unref(h);
 
   /* 2200 x 999999 is just above the int range: refused, the histogram
    * usable with its cells and contents as they were. */
-  h = kiv_histogram2d_new(2200, 0, 1, 2200, 0, 1, NULL);
-  kiv_histogram2d_fill(h, 0.55, 0.55, 3);
+  h = kiv_histogram2d_new(2200, 0, 1, 2200, 0, 1, NULL); kiv_histogram2d_fill(h, 0.55, 0.55, 3);
   double *before = h->y;
   kiv_expect_critical("KivHistogram2D \"nx\": a grid of 999999 x 2200 cells has more cells than an int can count; refused");
   g_object_set(h, "nx", 999999, NULL);
   kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells *; refused");
-  g_object_set(h, "ny", 999999, NULL);
-  g_test_assert_expected_messages();
-  kiv_histogram2d_fill(h, 0.99999, 0.99999, 1);
+  g_object_set(h, "ny", 999999, NULL); g_test_assert_expected_messages(); kiv_histogram2d_fill(h, 0.99999, 0.99999, 1);
   g_assert_true(KIV_FUNCTION(h)->nbin == 2200 && bufsiz(h) == 2200 * 2200 && h->y == before);
-  g_assert_true(cell(h, 1210, 1210) == 3 && cell(h, 2199, 2199) == 1);
-  g_object_unref(h);
+  g_assert_true(cell(h, 1210, 1210) == 3 && cell(h, 2199, 2199) == 1); g_object_unref(h);
   h = kiv_histogram2d_new(999999, 0, 1, 2, 0, 1, NULL); /* the widest grid that fits */
-  kiv_histogram2d_fill(h, 0.9999999, 0.99, 1);
-  g_assert_cmpfloat(cell(h, 999998, 1), ==, 1);
-  g_object_unref(h);
+  kiv_histogram2d_fill(h, 0.9999999, 0.99, 1); g_assert_cmpfloat(cell(h, 999998, 1), ==, 1); g_object_unref(h);
 }
 
 void test_lent_array() {
   /* The array outlives the histogram and is never freed by it.  Lending
    * rebuilds statistics and extrema from the cells, one entry per nonzero
    * finite cell at its centre, weighted by its content. */
-  std::vector<double> cells(100, 0.0);
-  cells[1 + 10 * 2] = 4.0;
-  KivHistogram2D *h = unit_10x10(cells.data());
+  std::vector<double> cells(100, 0.0); cells[1 + 10 * 2] = 4.0; KivHistogram2D *h = unit_10x10(cells.data());
   g_assert_true(h->owner == 0 && h->y == cells.data() && bufsiz(h) == 1);
   kiv_assert_each({h->vmin, 0}, {h->vmax, 4}, {kiv_stats_get_nc(h->stat), 4});
   g_assert_true(fabs(kiv_stats_get_mean(h->stat, 0) - 0.15) < 1e-15 && fabs(kiv_stats_get_mean(h->stat, 1) - 0.25) < 1e-15);
-  kiv_histogram2d_fill(h, 0.05, 0.05, 1.5);
-  g_assert_cmpfloat(cells[0], ==, 1.5);
-  kiv_histogram2d_reset(h);
+  kiv_histogram2d_fill(h, 0.05, 0.05, 1.5); g_assert_cmpfloat(cells[0], ==, 1.5); kiv_histogram2d_reset(h);
   g_assert_true(cells[0] == 0.0 && cells[21] == 0.0 && h->vmax == 4);
-  for (auto c : {std::pair{5, -2.0}, {7, NAN}, {8, INFINITY}, {99, 3.0}})
-    cells[c.first] = c.second;
+  for (auto c : {std::pair{5, -2.0}, {7, NAN}, {8, INFINITY}, {99, 3.0}}) cells[c.first] = c.second;
   g_object_set(h, "ptr", cells.data(), NULL);
   kiv_assert_each({h->vmin, -2}, {h->vmax, 3}, {kiv_stats_get_nc(h->stat), 1});
   g_assert_true(fabs(kiv_stats_get_min(h->stat, 0) - 0.55) < 1e-15 && fabs(kiv_stats_get_max(h->stat, 1) - 0.95) < 1e-15);
@@ -146,74 +122,53 @@ void test_lent_array() {
   /* Back to cells of its own, zero-filled; its own array handed back
    * stays owned. */
   g_object_set(h, "ptr", NULL, NULL);
-  g_assert_true(h->owner == 1 && h->y != cells.data() && all_zero(h) && h->vmax == 3.0);
-  h->y[3] = 6.0;
-  gpointer own = h->y;
-  g_object_set(h, "ptr", own, NULL);
-  g_assert_true(h->owner == 1 && h->y == own && kiv_stats_get_nc(h->stat) == 6.0);
-  g_object_unref(h);
+  g_assert_true(h->owner == 1 && h->y != cells.data() && all_zero(h) && h->vmax == 3.0); h->y[3] = 6.0;
+  gpointer own = h->y; g_object_set(h, "ptr", own, NULL);
+  g_assert_true(h->owner == 1 && h->y == own && kiv_stats_get_nc(h->stat) == 6.0); g_object_unref(h);
   /* A new count while lent gives the histogram cells of its own; the
    * caller's array is neither freed nor written. */
-  h = unit_10x10(cells.data());
-  g_object_set(h, "nx", 30, NULL);
+  h = unit_10x10(cells.data()); g_object_set(h, "nx", 30, NULL);
   kiv_histogram2d_fill(h, 2.95, 0.95, 1); /* the step stays 0.1 */
   g_assert_true(h->owner == 1 && h->y != cells.data() && bufsiz(h) == 300 && cell(h, 29, 9) == 1);
-  g_assert_true(cells[99] == 3.0 && cells[98] == 0.0);
-  g_object_unref(h);
+  g_assert_true(cells[99] == 3.0 && cells[98] == 0.0); g_object_unref(h);
 }
 
 void test_size_changes_and_clone() {
-  KivHistogram2D *h = unit_10x10();
-  KivFunction *X = KIV_FUNCTION(h), *Y = kiv_function2d_Y(KIV_FUNCTION2D(h));
+  KivHistogram2D *h = unit_10x10(); KivFunction *X = KIV_FUNCTION(h), *Y = kiv_function2d_Y(KIV_FUNCTION2D(h));
   kiv_histogram2d_fill(h, 0.55, 0.55, 5);
   /* A new count: zero cells, the step left for the range write that
    * follows, extrema and statistics kept, the buffer record raised. */
   g_object_set(h, "nx", 20, NULL);
   g_assert_true(X->nbin == 20 && X->step == 0.1 && bufsiz(h) == 200 && all_zero(h) && h->vmax == 5);
-  g_object_set(h, "xmax", 2.0, NULL);
-  kiv_histogram2d_fill(h, 1.95, 0.95, 1);
-  g_assert_cmpfloat(cell(h, 19, 9), ==, 1);
+  g_object_set(h, "xmax", 2.0, NULL); kiv_histogram2d_fill(h, 1.95, 0.95, 1); g_assert_cmpfloat(cell(h, 19, 9), ==, 1);
   /* Shrinking keeps the record at the largest count; the same count
    * changes nothing. */
-  g_object_set(h, "ny", 3, NULL);
-  kiv_histogram2d_fill(h, 0.05, 0.05, 1);
-  g_object_set(h, "ny", 3, NULL);
+  g_object_set(h, "ny", 3, NULL); kiv_histogram2d_fill(h, 0.05, 0.05, 1); g_object_set(h, "ny", 3, NULL);
   g_assert_true(Y->nbin == 3 && bufsiz(h) == 200 && cell(h, 0, 0) == 1 && cell(h, 19, 2) == 0);
   /* A step write re-derives a count; the cells follow it. */
-  g_object_set(h, "ymax", 1.0, "ystep", 0.05, NULL);
-  g_assert_true(Y->nbin == 20 && bufsiz(h) == 400);
-  g_object_set(h, "xstep", 0.05, NULL);
-  kiv_histogram2d_fill(h, 1.99, 0.99, 2);
-  g_assert_true(X->nbin == 40 && cell(h, 39, 19) == 2 && h->y[40 * 20 - 1] == 2);
-  g_object_unref(h);
+  g_object_set(h, "ymax", 1.0, "ystep", 0.05, NULL); g_assert_true(Y->nbin == 20 && bufsiz(h) == 400);
+  g_object_set(h, "xstep", 0.05, NULL); kiv_histogram2d_fill(h, 1.99, 0.99, 2);
+  g_assert_true(X->nbin == 40 && cell(h, 39, 19) == 2 && h->y[40 * 20 - 1] == 2); g_object_unref(h);
   /* A count written straight into the y function bypasses the histogram:
    * no access reaches past its cells. */
-  h = unit_10x10();
-  g_object_set(kiv_function2d_Y(KIV_FUNCTION2D(h)), "nx", 50, NULL);
-  for (int i = 0; i < 50; i++)
-    kiv_histogram2d_fill(h, 0.95, i / 50.0 + 0.01, 1);
-  g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), 0.95, 0.99), ==, 0);
-  kiv_histogram2d_reset(h);
-  g_object_unref(kiv_histogram2d_clone(h));
-  g_object_unref(h);
+  h = unit_10x10(); g_object_set(kiv_function2d_Y(KIV_FUNCTION2D(h)), "nx", 50, NULL);
+  for (int i = 0; i < 50; i++) kiv_histogram2d_fill(h, 0.95, i / 50.0 + 0.01, 1);
+  g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), 0.95, 0.99), ==, 0); kiv_histogram2d_reset(h);
+  g_object_unref(kiv_histogram2d_clone(h)); g_object_unref(h);
 
   /* A clone copies cells, limits, extrema and statistics, not the name,
    * and is independent both ways. */
-  h = kiv_histogram2d_new(4, -1, 1, 3, 10, 40, NULL);
-  kiv_function_set_name(KIV_FUNCTION(h), "source");
-  kiv_histogram2d_fill(h, -0.9, 15, 2);
-  kiv_histogram2d_fill(h, 0.9, 35, -1);
+  h = kiv_histogram2d_new(4, -1, 1, 3, 10, 40, NULL); kiv_function_set_name(KIV_FUNCTION(h), "source");
+  kiv_histogram2d_fill(h, -0.9, 15, 2); kiv_histogram2d_fill(h, 0.9, 35, -1);
   KivHistogram2D *c = kiv_histogram2d_clone(h);
   KivFunction *cx = KIV_FUNCTION(c), *cy = kiv_function2d_Y(KIV_FUNCTION2D(c));
   g_assert_true(c->y != h->y && c->owner == 1 && cx->nbin == 4 && cx->xmin == -1 && cx->xmax == 1 && cx->name == NULL);
   g_assert_true(cy->nbin == 3 && cy->xmin == 10 && cy->xmax == 40 && c->vmin == -1 && c->vmax == 2);
   g_assert_cmpmem(c->y, 12 * sizeof(double), h->y, 12 * sizeof(double));
   g_assert_cmpmem(&c->stat->nc, 10 * sizeof(double), &h->stat->nc, 10 * sizeof(double));
-  kiv_histogram2d_fill(c, -0.9, 15, 1);
-  kiv_histogram2d_reset(h);
+  kiv_histogram2d_fill(c, -0.9, 15, 1); kiv_histogram2d_reset(h);
   g_assert_true(cell(c, 0, 0) == 3 && cell(h, 0, 0) == 0 && cell(c, 3, 2) == -1 && kiv_stats_get_nc(c->stat) == 2);
-  g_object_unref(h);
-  g_object_unref(c);
+  g_object_unref(h); g_object_unref(c);
 }
 
 /* A NaN or infinite weight, or a sum that overflows, would leave a cell
@@ -231,11 +186,9 @@ void test_fill_n_and_dropped_weights() {
     y.push_back(i < 11 ? odd[10 - i] : -0.1 + 1.2 * ((i * 53) % 97) / 96.0);
     w.push_back(std::vector<double>{1.0, 0.0, -2.5, 3.0, 0.125, 1e-300, 7.0}[i % 7]);
   }
-  kivtest::Counter changed;
-  changed.connect(h[1], "changed");
+  kivtest::Counter changed; changed.connect(h[1], "changed");
   for (const double *wp : {(const double *)NULL, (const double *)w.data()}) {
-    for (size_t i = 0; i < x.size(); i++)
-      kiv_histogram2d_fill(h[0], x[i], y[i], wp != NULL ? wp[i] : 1.0);
+    for (size_t i = 0; i < x.size(); i++) kiv_histogram2d_fill(h[0], x[i], y[i], wp != NULL ? wp[i] : 1.0);
     kiv_histogram2d_fill_n(h[1], x.data(), y.data(), wp, 300);
     kiv_histogram2d_fill_n(h[1], x.data() + 300, y.data() + 300, wp != NULL ? wp + 300 : NULL, 400);
     kiv_histogram2d_fill_n(h[1], NULL, NULL, NULL, 0);
@@ -247,19 +200,15 @@ void test_fill_n_and_dropped_weights() {
     for (int i = 0; i < 3; i++)
       kiv_expect_warning("KivHistogram2D: weight * at (0.55, 0.55) would make cell (2, 2) *; entry dropped");
     kiv_expect_warning("KivHistogram2D: weight 1e+308 at (2.5, 0.95) would make cell (5, 4) inf; entry dropped");
-    for (int i = 0; i < 5 && !batch; i++)
-      kiv_histogram2d_fill(h[0], bx[i], by[i], bw[i]);
-    if (batch)
-      kiv_histogram2d_fill_n(h[1], bx, by, bw, 5);
+    for (int i = 0; i < 5 && !batch; i++) kiv_histogram2d_fill(h[0], bx[i], by[i], bw[i]);
+    if (batch) kiv_histogram2d_fill_n(h[1], bx, by, bw, 5);
     g_test_assert_expected_messages();
   }
   g_assert_true(changed.n == 5 && std::all_of(h[0]->y, h[0]->y + 30, [](double v) { return std::isfinite(v); }));
   g_assert_true(cell(h[0], 5, 4) >= 1e308 && h[0]->vmax >= 1e308 && std::isfinite(kiv_stats_get_nc(h[0]->stat)));
   g_assert_cmpmem(h[0]->y, 30 * sizeof(double), h[1]->y, 30 * sizeof(double));
   g_assert_cmpmem(&h[0]->stat->nc, 10 * sizeof(double), &h[1]->stat->nc, 10 * sizeof(double));
-  kiv_assert_each({h[0]->vmin, h[1]->vmin}, {h[0]->vmax, h[1]->vmax});
-  g_object_unref(h[0]);
-  g_object_unref(h[1]);
+  kiv_assert_each({h[0]->vmin, h[1]->vmin}, {h[0]->vmax, h[1]->vmax}); g_object_unref(h[0]); g_object_unref(h[1]);
 }
 
 /* Producers that hold the function's lock around their fills lose no
@@ -269,34 +218,25 @@ constexpr int kThreads = 4, kFills = 8000;
 std::atomic<int> next_row;
 
 gpointer producer(gpointer data) {
-  auto *h = static_cast<KivHistogram2D *>(data);
-  int row = next_row++;
+  auto *h = static_cast<KivHistogram2D *>(data); int row = next_row++;
   for (int i = 0; i < kFills; i++) {
-    kiv_function_lock(KIV_FUNCTION(h));
-    kiv_histogram2d_fill(h, (i % 8) + 0.5, row + 0.5, 1.0);
-    kiv_histogram2d_fill(h, (i % 8) + 0.5, kThreads + 0.5, 0.5);
-    kiv_function_unlock(KIV_FUNCTION(h));
+    kiv_function_lock(KIV_FUNCTION(h)); kiv_histogram2d_fill(h, (i % 8) + 0.5, row + 0.5, 1.0);
+    kiv_histogram2d_fill(h, (i % 8) + 0.5, kThreads + 0.5, 0.5); kiv_function_unlock(KIV_FUNCTION(h));
   }
   return NULL;
 }
 
 void test_threads() {
-  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL);
-  std::atomic<int> changed{0};
-  g_signal_connect_swapped(h, "changed", G_CALLBACK(+[](std::atomic<int> *n) { (*n)++; }), &changed);
-  next_row = 0;
+  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL); std::atomic<int> changed{0};
+  g_signal_connect_swapped(h, "changed", G_CALLBACK(+[](std::atomic<int> *n) { (*n)++; }), &changed); next_row = 0;
   GThread *threads[kThreads];
-  for (auto &t : threads)
-    t = g_thread_new("fill", producer, h);
+  for (auto &t : threads) t = g_thread_new("fill", producer, h);
   for (double shared = 0; shared < kThreads * kFills / 8 * 0.5;) {
     kiv_function_lock(KIV_FUNCTION(h));
     double now = cell(h, 7, kThreads);
-    kiv_function_unlock(KIV_FUNCTION(h));
-    g_assert_cmpfloat(now, >=, shared);
-    shared = now;
+    kiv_function_unlock(KIV_FUNCTION(h)); g_assert_cmpfloat(now, >=, shared); shared = now;
   }
-  for (GThread *t : threads)
-    g_thread_join(t);
+  for (GThread *t : threads) g_thread_join(t);
   g_assert_cmpint(changed, ==, 2 * kThreads * kFills);
   for (int ix = 0; ix < 8; ix++)
     for (int iy = 0; iy <= kThreads; iy++)
@@ -308,12 +248,9 @@ void test_threads() {
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL);
-  g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
-  g_test_add_func("/histogram2d/refused", test_refused);
-  g_test_add_func("/histogram2d/lent-array", test_lent_array);
+  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
+  g_test_add_func("/histogram2d/refused", test_refused); g_test_add_func("/histogram2d/lent-array", test_lent_array);
   g_test_add_func("/histogram2d/size-changes-and-clone", test_size_changes_and_clone);
   g_test_add_func("/histogram2d/fill-n-and-dropped-weights", test_fill_n_and_dropped_weights);
-  g_test_add_func("/histogram2d/threads", test_threads);
-  return g_test_run();
+  g_test_add_func("/histogram2d/threads", test_threads); return g_test_run();
 }
