@@ -59,8 +59,7 @@ void test_range_handler() {
   /* While notifications are held back the sums keep the old size: fills
    * into bins they do not cover are dropped and the arrays read 0 there. */
   g_object_freeze_notify(G_OBJECT(p)); g_object_set(p, "nx", 8, NULL);
-  kiv_profile_fill(p, 5.9, 2.0, 1.0), kiv_profile_fill(p, 3.1, 2.0, 4.0);
-  std::vector<double> rms = read_array(p, "rms");
+  kiv_profile_fill(p, 5.9, 2.0, 1.0), kiv_profile_fill(p, 3.1, 2.0, 4.0); std::vector<double> rms = read_array(p, "rms");
   g_assert_true(h->y[7] == 0.0 && p->n[0] == 4.0 && rms.size() == 8 && rms[7] == 0.0);
   g_object_thaw_notify(G_OBJECT(p)); kiv_profile_fill(p, 5.9, 2.0, 1.0); g_assert_cmpfloat(p->n[7], ==, 1.0);
   kiv_histogram_rebin(h, 4, 3.0, 6.0); /* re-allocates the sums under the lock */
@@ -75,16 +74,14 @@ std::atomic<int> running;
 
 gpointer producer(gpointer p) {
   for (int k = 0; k < kPerProducer; k++) {
-    kiv_function_lock(KIV_FUNCTION(p));
-    kiv_profile_fill(KIV_PROFILE(p), k / 2 % kBins + 0.25, k / 2 % kBins + k % 2 * 2.0, 1.0);
+    kiv_function_lock(KIV_FUNCTION(p)); kiv_profile_fill(KIV_PROFILE(p), k / 2 % kBins + 0.25, k / 2 % kBins + k % 2 * 2.0, 1.0);
     kiv_function_unlock(KIV_FUNCTION(p));
   }
   return running--, nullptr;
 }
 
 void test_threads() {
-  KivProfile *p = kiv_profile_new(kBins, 0.0, kBins, NULL); running = 4;
-  GThread *threads[4];
+  KivProfile *p = kiv_profile_new(kBins, 0.0, kBins, NULL); running = 4; GThread *threads[4];
   for (auto &t : threads) t = g_thread_new("p", producer, p);
   for (std::vector<double> last(kBins, 0.0), n; running > 0; last = n) {
     kiv_function_lock(KIV_FUNCTION(p)); n = read_array(p, "ntotal"); kiv_function_unlock(KIV_FUNCTION(p));

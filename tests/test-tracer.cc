@@ -39,9 +39,7 @@ void fill_all(KivTracer *tr, std::initializer_list<double> values) {
   for (double v : values) kiv_histogram_fill(KIV_HISTOGRAM(tr), v, 1.0);
 }
 
-KivTracer *tracer_of_five_filled_to_seven() {
-  KivTracer *tr = kiv_tracer_new(5); fill_all(tr, {1, 2, 3, 4, 5, 6, 7}); return tr;
-}
+KivTracer *tracer_of_five_filled_to_seven() { KivTracer *tr = kiv_tracer_new(5); fill_all(tr, {1, 2, 3, 4, 5, 6, 7}); return tr; }
 
 void test_ring() {
   kiv_expect_critical("kiv_tracer_new: assertion 'n>0' failed"); g_assert_null(kiv_tracer_new(0));
@@ -95,8 +93,7 @@ void test_resize() {
   assert_history(tr, {7, 8, 9, 10, 11, 12}); g_object_unref(tr);
   /* Also when the history wraps round the end of the ring. */
   tr = tracer_of_five_filled_to_seven(); g_assert_cmpint(kiv_function_resize(KIV_FUNCTION(tr), 8, 0), ==, 1);
-  fill_all(tr, {8}); assert_history(tr, {3, 4, 5, 6, 7, 8}); g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, 5.5);
-  g_object_unref(tr);
+  fill_all(tr, {8}); assert_history(tr, {3, 4, 5, 6, 7, 8}); g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, 5.5); g_object_unref(tr);
   /* A ring lent by the caller is left to the caller. */
   double ring[4] = {0, 0, 0, 0};
   tr = kiv_tracer_new(4); g_object_set(tr, "ptr", ring, NULL); fill_all(tr, {1, 2});
@@ -115,8 +112,7 @@ void test_bad_values() {
   /* Lengths out of range: "nx" is refused by GObject and the length
    * "xmax" asks for by the re-size, with its warning. */
   g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "*nx*");
-  kiv_expect_warning("kiv_histogram_resize: 1000000 bins is more than 999999; keeping 1 bins");
-  tr = kiv_tracer_new(1000000);
+  kiv_expect_warning("kiv_histogram_resize: 1000000 bins is more than 999999; keeping 1 bins"); tr = kiv_tracer_new(1000000);
   kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 1 bins");
   g_object_set(tr, "xmax", 1e308, NULL); g_test_assert_expected_messages();
   for (double v : {-1e308, 4.9406564584124654e-324, 0.999}) g_object_set(tr, "xmax", v, NULL);
@@ -136,8 +132,7 @@ gpointer producer(gpointer data) {
 }
 
 void test_threads() {
-  KivTracer *tr = KIV_TRACER(g_object_new(logging_tracer_get_type(), "nx", 64, "xmax", 64.0, NULL));
-  running = 4; GThread *threads[4];
+  KivTracer *tr = KIV_TRACER(g_object_new(logging_tracer_get_type(), "nx", 64, "xmax", 64.0, NULL)); running = 4; GThread *threads[4];
   for (auto &t : threads) t = g_thread_new("producer", producer, tr);
   while (running > 0) {
     double newest[5] = {0, 0, 0, 0, 0};
@@ -146,8 +141,7 @@ void test_threads() {
   for (GThread *t : threads) g_thread_join(t);
   std::vector<double> last = history(tr);
   g_assert_true(fill_log.size() == 12000 && last.size() == 64 && std::equal(last.begin(), last.end(), fill_log.end() - 64));
-  g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, std::accumulate(last.begin(), last.end(), 0.0) / 64);
-  g_object_unref(tr);
+  g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, std::accumulate(last.begin(), last.end(), 0.0) / 64); g_object_unref(tr);
 }
 
 } // namespace
