@@ -18,10 +18,8 @@ bool all_zero(KivHistogram2D *h) {
 }
 
 void test_fill_and_dump() {
-  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); int npts = 0; KivTuple t = {5, NULL};
-  kiv_function_get_array(KIV_FUNCTION(h), &t, 0, 1); /* no point array */
-  g_object_get(h, "npts", &npts, NULL);
-  g_assert_true(h->owner == 1 && all_zero(h) && bufsiz(h) == 6 && npts == 6 && t.n == 0 && t.P == NULL);
+  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); int npts = 0; g_object_get(h, "npts", &npts, NULL);
+  g_assert_true(h->owner == 1 && all_zero(h) && bufsiz(h) == 6 && npts == 6);
   kivtest::Counter changed; changed.connect(h, "changed");
   /* The statistics get the raw coordinates, not the cell centre.  Less
    * than a bin below the low edge still lands in bin 0; outside the grid
@@ -54,16 +52,12 @@ void test_refused() {
   const std::pair<const char *, std::function<double()>> cases[] = {
       {"kiv_histogram2d_new: assertion 'nx>0' failed", [] { return !!kiv_histogram2d_new(0, 0, 1, 10, 0, 1, NULL); }},
       {"kiv_histogram2d_new: assertion 'ny>0' failed", [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
-      {"kiv_histogram2d_fill: assertion 'h2d != NULL' failed", [] { kiv_histogram2d_fill(NULL, 0.5, 0.5, 1); return 0.0; }},
       {"kiv_histogram2d_fill: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_fill(other, 0.5, 0.5, 1); return 0.0; }},
-      {"kiv_histogram2d_get_stats: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { return 1 + kiv_histogram2d_get_stats(NULL, s); }},
       {"kiv_histogram2d_get_stats: assertion 's != NULL' failed", [&] { return 1 + kiv_histogram2d_get_stats(h, NULL); }},
       {"kiv_histogram2d_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return 1 + kiv_histogram2d_get_stats(h, (KivStats *)h); }},
       {"kiv_histogram2d_get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' failed", [&] { return cell(h, 10, 0); }},
       {"kiv_histogram2d_get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' failed", [&] { return cell(h, 0, -1); }},
-      {"kiv_histogram2d_reset: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_reset(other); return 0.0; }},
       {"kiv_histogram2d_clone: assertion 'KIV_IS_HISTOGRAM2D(kiv)' failed", [&] { return !!kiv_histogram2d_clone(other); }},
-      {"kiv_histogram2d_fill_n: assertion 'h2d != NULL' failed", [&] { kiv_histogram2d_fill_n(NULL, x, x, x, 1); return 0.0; }},
       {"kiv_histogram2d_fill_n: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_fill_n(other, x, x, x, 1); return 0.0; }},
       {"kiv_histogram2d_fill_n: assertion '(x != NULL && y != NULL) || n == 0' failed", [&] { kiv_histogram2d_fill_n(h, x, NULL, x, 1); return 0.0; }},
       /* Cell numbers are ints: a grid of more cells is refused. */
@@ -182,14 +176,11 @@ gpointer producer(gpointer data) {
 }
 
 void test_threads() {
-  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL); std::atomic<int> changed{0};
-  g_signal_connect_swapped(h, "changed", G_CALLBACK(+[](std::atomic<int> *n) { (*n)++; }), &changed); next_row = 0;
-  GThread *threads[kThreads];
+  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL); GThread *threads[kThreads]; next_row = 0;
   for (auto &t : threads) t = g_thread_new("fill", producer, h);
   for (double shared = 0, now; shared < kThreads * kFills / 8 * 0.5; shared = now) {
     kiv_function_lock(KIV_FUNCTION(h)); now = cell(h, 7, kThreads); kiv_function_unlock(KIV_FUNCTION(h)); g_assert_cmpfloat(now, >=, shared); }
   for (GThread *t : threads) g_thread_join(t);
-  g_assert_cmpint(changed, ==, 2 * kThreads * kFills);
   for (int ix = 0; ix < 8; ix++)
     for (int iy = 0; iy <= kThreads; iy++)
       g_assert_cmpfloat(cell(h, ix, iy), ==, iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
