@@ -18,18 +18,15 @@ bool all_zero(KivHistogram2D *h) {
 }
 
 void test_fill_and_dump() {
-  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); int npts = 0; g_object_get(h, "npts", &npts, NULL);
-  g_assert_true(h->owner == 1 && all_zero(h) && bufsiz(h) == 6 && npts == 6);
-  kivtest::Counter changed; changed.connect(h, "changed");
+  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); kivtest::Counter changed; changed.connect(h, "changed");
   /* The statistics get the raw coordinates, not the cell centre.  Less
    * than a bin below the low edge still lands in bin 0; outside the grid
    * (NaN included) nothing changes but "changed" is emitted. */
   const double fills[][3] = {{1.25, 0.75, 2}, {-0.5, 0.25, 1}, {2.5, 0.1, -3}, {3.0, 0.5, 1}, {0.5, -0.6, 1},
                              {-1.0, 0.5, 1},  {0.5, 1e300, 1}, {NAN, 0.5, 1},  {0.5, NAN, 1}, {INFINITY, 0.5, 1}};
   for (const auto &f : fills) kiv_histogram2d_fill(h, f[0], f[1], f[2]);
-  double vmin = 0;
-  g_object_get(h, "vmin", &vmin, NULL);
-  kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3}, {vmin, -3},
+  double vmin = 0; g_object_get(h, "vmin", &vmin, NULL);
+  kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3}, {vmin, -3}, {bufsiz(h), 6},
                   {h->vmax, 2}, {kiv_stats_get_nc(h->stat), 0}, {h->stat->s[0], 2.5 - 0.5 - 7.5},
                   {h->stat->s[1], 1.5 + 0.25 - 0.3}, {kiv_stats_get_min(h->stat, 0), -0.5},
                   {kiv_stats_get_max(h->stat, 1), 0.75});
@@ -54,22 +51,15 @@ void test_refused() {
       {"kiv_histogram2d_new: assertion 'ny>0' failed", [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
       {"kiv_histogram2d_fill: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_fill(other, 0.5, 0.5, 1); return 0.0; }},
       {"kiv_histogram2d_get_stats: assertion 's != NULL' failed", [&] { return 1 + kiv_histogram2d_get_stats(h, NULL); }},
-      {"kiv_histogram2d_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return 1 + kiv_histogram2d_get_stats(h, (KivStats *)h); }},
       {"kiv_histogram2d_get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' failed", [&] { return cell(h, 10, 0); }},
       {"kiv_histogram2d_get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' failed", [&] { return cell(h, 0, -1); }},
-      {"kiv_histogram2d_clone: assertion 'KIV_IS_HISTOGRAM2D(kiv)' failed", [&] { return !!kiv_histogram2d_clone(other); }},
-      {"kiv_histogram2d_fill_n: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_fill_n(other, x, x, x, 1); return 0.0; }},
       {"kiv_histogram2d_fill_n: assertion '(x != NULL && y != NULL) || n == 0' failed", [&] { kiv_histogram2d_fill_n(h, x, NULL, x, 1); return 0.0; }},
-      /* Cell numbers are ints: a grid of more cells is refused. */
-      {"kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells than an int can count; refused",
-       [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }},
+      {"kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells than an int can count; refused", [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }},
   };
   for (const auto &c : cases) {
     kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages(); }
   g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0); g_object_unref(s); g_object_unref(h);
-
-  /* 10 x 999999 fits in an int but 2200 x 999999 does not: refused, the
-   * histogram usable with its cells as they were. */
+  /* Cell numbers are ints: 10 x 999999 cells fit, 2200 x 999999 do not. */
   h = kiv_histogram2d_new(2200, 0, 1, 10, 0, 1, NULL); kiv_histogram2d_fill(h, 0.99999, 0.99999, 3); double *before = h->y;
   kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells has more cells than an int can count; refused");
   g_object_set(h, "ny", 999999, NULL); g_test_assert_expected_messages();
