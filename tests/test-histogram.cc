@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <functional>
-#include <vector>
 
 namespace {
 
