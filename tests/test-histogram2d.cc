@@ -28,10 +28,9 @@ void test_fill_and_dump() {
                   {h->stat->s[1], 1.5 + 0.25 - 0.3}, {kiv_stats_get_min(h->stat, 0), -0.5},
                   {kiv_stats_get_max(h->stat, 1), 0.75});
   GString *dump = kiv_function_print(KIV_FUNCTION(h));
-  g_assert_cmpstr(dump->str, ==, "2D 3 0.000000 3.000000 2 0.000000 1.000000\t[nxbin xmin xmax nybin ymin ymax - "
-                                 "data ( rows are Y, columns X )]\n1.000000\t0.000000\t-3.000000\n0.000000\t"
-                                 "2.000000\t0.000000\n");
-  g_string_free(dump, TRUE);
+  const char *want = "2D 3 0.000000 3.000000 2 0.000000 1.000000\t[nxbin xmin xmax nybin ymin ymax - data ( rows are Y, columns X )]\n"
+                     "1.000000\t0.000000\t-3.000000\n0.000000\t2.000000\t0.000000\n";
+  g_assert_cmpstr(dump->str, ==, want); g_string_free(dump, TRUE);
   /* Value at a point: outside the grid, the nearest edge cell. */
   const double at[][3] = {{-5, -5, 1}, {5, 5, 0}, {NAN, NAN, 1}, {1.5, 0.9, 2}, {2.9, -7, -3}};
   for (const auto &p : at) g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
