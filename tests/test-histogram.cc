@@ -39,16 +39,14 @@ void test_fill_and_stats() {
   h->y[9] = 4.0; /* the value at a point: the last bin includes the upper edge */
   for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}}) g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p.first), ==, p.second);
   kiv_histogram_reset(h); g_assert_true(changed.n == 6 && contents_are(h, std::vector<double>(10, 0.0)));
-  assert_stats(h, 0.0, 0.0, 0.0, 0.0, G_MAXDOUBLE, -G_MAXDOUBLE);
-  kiv_histogram_resize(h, 4, 0.0, 4.0);
+  assert_stats(h, 0.0, 0.0, 0.0, 0.0, G_MAXDOUBLE, -G_MAXDOUBLE); kiv_histogram_resize(h, 4, 0.0, 4.0);
   for (double x : {1.0, 2.0, 3.0}) kiv_histogram_fill(h, x, 1.0);
   KivStats *s = kiv_stats_new(); g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0); assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
   g_assert_true(s->s[2] == 14.0 && fabs(kiv_histogram_rms(h) - 2.0 / 3) < 1e-15 && fabs(kiv_histogram_stdev(h) - sqrt(2.0 / 3)) < 1e-15);
   /* Recomputed from the contents: one entry per non-empty bin at its
    * centre, weighted by the content, whatever "stats" is given. */
   kiv_histogram_set_bin_content(h, 0, -0.0), kiv_histogram_set_bin_content(h, 3, -1.0); g_object_set(h, "stats", 12345, NULL);
-  assert_stats(h, 1.0, (1.5 + 2.5 - 3.5) / 1, -1.0, 1.0, 1.5, 3.5);
-  g_object_unref(s), g_object_unref(h);
+  assert_stats(h, 1.0, (1.5 + 2.5 - 3.5) / 1, -1.0, 1.0, 1.5, 3.5); g_object_unref(s), g_object_unref(h);
 }
 
 /* Every refused argument gets its critical and its stated answer,
@@ -118,8 +116,7 @@ void test_rebin() {
    * that give no count from 1 to 999999 change nothing. */
   g_object_set(h, "xstep", 0.3, NULL); kiv_histogram_fill(h, 0.85, 1.0);
   kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", 1e-300, NULL); g_test_assert_expected_messages();
-  g_assert_true(f->nbin == 13 && kiv_function_get_step(f) == 0.3 && h->y[2] == 1.0 && std::count(h->y, h->y + 13, 0.0) == 12);
-  g_object_unref(h);
+  g_assert_true(f->nbin == 13 && kiv_function_get_step(f) == 0.3 && h->y[2] == 1.0 && std::count(h->y, h->y + 13, 0.0) == 12); g_object_unref(h);
 }
 
 /* ---- Batches: the same bits as single fills. ---- */
@@ -141,8 +138,7 @@ void fill_both(KivHistogram *a, KivHistogram *b, const std::vector<double> &x, c
   for (size_t i = 0; i < x.size(); i++) kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
   for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++)
     m = std::min(sizes[k % 7], x.size() - i), kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
-  std::vector<double> sa = state(a), sb = state(b);
-  g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
+  std::vector<double> sa = state(a), sb = state(b); g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
 }
 
 void test_fill_n() {

@@ -67,15 +67,13 @@ void test_lent_array_and_clone() {
    * rebuilds statistics and extrema from the cells, one entry per nonzero
    * finite cell at its centre weighted by its content; fills and resets
    * act on the array. */
-  std::vector<double> cells(100, 0.0); cells[1 + 10 * 2] = 4.0;
-  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, cells.data());
+  std::vector<double> cells(100, 0.0); cells[1 + 10 * 2] = 4.0; KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, cells.data());
   g_assert_true(h->owner == 0 && h->y == cells.data() && bufsiz(h) == 1 && h->vmax == 4 && kiv_stats_get_nc(h->stat) == 4);
   g_assert_true(fabs(kiv_stats_get_mean(h->stat, 0) - 0.15) < 1e-15 && fabs(kiv_stats_get_mean(h->stat, 1) - 0.25) < 1e-15);
   kiv_histogram2d_fill(h, 0.05, 0.05, 1.5); g_assert_cmpfloat(cells[0], ==, 1.5); kiv_histogram2d_reset(h);
   g_assert_true(cells[0] == 0.0 && cells[21] == 0.0 && h->vmax == 4);
   for (auto c : {std::pair{5, -2.0}, {7, (double)NAN}, {8, (double)INFINITY}, {99, 3.0}}) cells[c.first] = c.second;
-  g_object_set(h, "ptr", cells.data(), NULL);
-  kiv_assert_each({h->vmin, -2}, {h->vmax, 3}, {kiv_stats_get_nc(h->stat), 1});
+  g_object_set(h, "ptr", cells.data(), NULL); kiv_assert_each({h->vmin, -2}, {h->vmax, 3}, {kiv_stats_get_nc(h->stat), 1});
   g_assert_true(fabs(kiv_stats_get_min(h->stat, 0) - 0.55) < 1e-15 && fabs(kiv_stats_get_max(h->stat, 1) - 0.95) < 1e-15);
   /* Back to cells of its own, zero-filled; its own array handed back
    * stays owned.  A new count gives it cells of its own too. */
@@ -87,8 +85,7 @@ void test_lent_array_and_clone() {
   kiv_function_set_name(KIV_FUNCTION(h), "source"); g_object_set(h, "xmax", 3.0, "ymin", 10.0, NULL);
   KivHistogram2D *c = kiv_histogram2d_clone(h); KivFunction *cx = KIV_FUNCTION(c), *cy = kiv_function2d_Y(KIV_FUNCTION2D(c));
   g_assert_true(c->y != h->y && cx->nbin == 30 && cx->xmax == 3 && cx->name == NULL && cy->xmin == 10 && cy->xmax == 1 && c->vmax == 3);
-  g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double));
-  g_object_unref(h), g_object_unref(c);
+  g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double)); g_object_unref(h), g_object_unref(c);
 }
 
 /* A NaN or infinite weight, or a sum that overflows, would leave a cell
@@ -134,8 +131,7 @@ void test_threads() {
     kiv_function_lock(KIV_FUNCTION(h)); now = cell(h, 7, kThreads); kiv_function_unlock(KIV_FUNCTION(h)); g_assert_cmpfloat(now, >=, shared); }
   for (GThread *t : threads) g_thread_join(t);
   for (int ix = 0; ix < 8; ix++)
-    for (int iy = 0; iy <= kThreads; iy++)
-      g_assert_cmpfloat(cell(h, ix, iy), ==, iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
+    for (int iy = 0; iy <= kThreads; iy++) g_assert_cmpfloat(cell(h, ix, iy), ==, iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
   kiv_assert_each({kiv_stats_get_nc(h->stat), kThreads * kFills * 1.5}, {h->vmax, kThreads * kFills / 8 * 0.5}); g_object_unref(h);
 }
 

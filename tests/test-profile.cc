@@ -18,8 +18,7 @@ void test_means_and_spread() {
    * The statistics describe both variables.  Weights that sum to 0 leave
    * a bin as never filled; a denormal weight is a weight; huge values are
    * averaged as given. */
-  KivProfile *p = kiv_profile_new(5, 0.0, 5.0, NULL);
-  KivHistogram *h = KIV_HISTOGRAM(p), *plain = kiv_histogram_new(1, 0.0, 1.0, NULL);
+  KivProfile *p = kiv_profile_new(5, 0.0, 5.0, NULL); KivHistogram *h = KIV_HISTOGRAM(p), *plain = kiv_histogram_new(1, 0.0, 1.0, NULL);
   const double fills[][3] = {{0.5, 2, 3}, {0.5, 6, 1}, {1.5, -1, 0.5}, {2.5, 8, 0},         {3.5, 8, 2},
                              {3.5, 3, -2}, {4.5, 1e308, 1}, {4.5, 1e308, 1}, {2.5, 3, 4.9406564584124654e-324}};
   for (const auto &f : fills) kiv_profile_fill(p, f[0], f[1], f[2]);
@@ -31,8 +30,7 @@ void test_means_and_spread() {
   /* Through the histogram: weight 1 and "changed"; outside the range
    * nothing at all happens. */
   kivtest::Counter changed; changed.connect(p, "changed"); kiv_histogram_fill(h, 0.5, 7.0);
-  for (double x : {5.0, -1.0, (double)NAN, (double)INFINITY, -1e308})
-    kiv_profile_fill(p, x, 100.0, 1.0), kiv_histogram_fill(h, x, 100.0);
+  for (double x : {5.0, -1.0, (double)NAN, (double)INFINITY, -1e308}) kiv_profile_fill(p, x, 100.0, 1.0), kiv_histogram_fill(h, x, 100.0);
   kiv_assert_each({changed.n, 6}, {p->n[0], 5.0}, {h->y[0], 19.0 / 5.0}, {kiv_histogram_entries(h), 7.5});
   kiv_expect_critical("kiv_profile_fill: assertion 'KIV_IS_PROFILE(p)' failed"); kiv_profile_fill((KivProfile *)plain, 0.5, 1.0, 1.0);
   g_test_assert_expected_messages(); g_assert_cmpfloat(plain->y[0], ==, 0.0);
@@ -69,8 +67,7 @@ void test_threads() {
   }
   for (auto &t : threads) g_thread_join(t);
   std::vector<double> n = read_array(p, "ntotal"), rms = read_array(p, "rms");
-  for (int b = 0; b < kBins; b++)
-    g_assert_true(n[b] == kPerProducer / 2 && fabs(KIV_HISTOGRAM(p)->y[b] - b - 1) < 1e-9 && fabs(rms[b] - 1) < 1e-6);
+  for (int b = 0; b < kBins; b++) g_assert_true(n[b] == kPerProducer / 2 && fabs(KIV_HISTOGRAM(p)->y[b] - b - 1) < 1e-9 && fabs(rms[b] - 1) < 1e-6);
   g_assert_cmpfloat(kiv_histogram_entries(KIV_HISTOGRAM(p)), ==, 4.0 * kPerProducer); g_object_unref(p);
 }
 
@@ -78,6 +75,5 @@ void test_threads() {
 
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL); g_test_add_func("/profile/means-and-spread", test_means_and_spread);
-  g_test_add_func("/profile/threads", test_threads);
-  return g_test_run();
+  g_test_add_func("/profile/threads", test_threads); return g_test_run();
 }

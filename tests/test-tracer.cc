@@ -55,8 +55,7 @@ void test_ring() {
 }
 
 void test_resize() {
-  KivTracer *tr = tracer_of_five_filled_to_seven(); KivFunction *f = KIV_FUNCTION(tr); kivtest::Counter range;
-  range.connect(tr, "range-changed");
+  KivTracer *tr = tracer_of_five_filled_to_seven(); KivFunction *f = KIV_FUNCTION(tr); kivtest::Counter range; range.connect(tr, "range-changed");
   /* The same width, or one that gives no ring, changes nothing. */
   for (int bad : {5, 0, -1, G_MININT, 1000000, G_MAXINT}) g_assert_cmpint(kiv_function_resize(f, bad, 10), ==, 0);
   assert_history(tr, {3, 4, 5, 6, 7});
@@ -106,6 +105,5 @@ void test_threads() {
 
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL); g_test_add_func("/tracer/ring-and-properties", test_ring);
-  g_test_add_func("/tracer/resize-and-bad-values", test_resize);
-  g_test_add_func("/tracer/threads", test_threads); return g_test_run();
+  g_test_add_func("/tracer/resize-and-bad-values", test_resize); g_test_add_func("/tracer/threads", test_threads); return g_test_run();
 }
