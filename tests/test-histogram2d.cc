@@ -138,8 +138,7 @@ void test_threads() {
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
-  g_test_add_func("/histogram2d/refused", test_refused); g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone);
-  g_test_add_func("/histogram2d/dropped-weights-and-fill-n", test_dropped_weights_and_fill_n);
+  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump); g_test_add_func("/histogram2d/refused", test_refused);
+  g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone); g_test_add_func("/histogram2d/dropped-weights", test_dropped_weights_and_fill_n);
   g_test_add_func("/histogram2d/threads", test_threads); return g_test_run();
 }

@@ -17,9 +17,8 @@ std::vector<double> history(KivTracer *tr) {
 void assert_history(KivTracer *tr, std::vector<double> want) { g_assert_true(history(tr) == want); }
 
 /* Count and mean of the history, extremes of all values ever filled. */
-#define assert_stats(tr, n, mean, lo, hi)                                                   \
-  kiv_assert_each({kiv_histogram_entries(KIV_HISTOGRAM(tr)), n}, {kiv_tracer_get_mean(tr), mean}, \
-                  {kiv_tracer_get_minimum(tr), lo}, {kiv_tracer_get_maximum(tr), hi})
+#define assert_stats(tr, n, mean, lo, hi) \
+  kiv_assert_each({kiv_histogram_entries(KIV_HISTOGRAM(tr)), n}, {kiv_tracer_get_mean(tr), mean}, {kiv_tracer_get_minimum(tr), lo}, {kiv_tracer_get_maximum(tr), hi})
 
 void fill_all(KivTracer *tr, std::initializer_list<double> values) {
   for (double v : values) kiv_histogram_fill(KIV_HISTOGRAM(tr), v, 1.0);
