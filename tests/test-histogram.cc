@@ -22,9 +22,8 @@ bool contents_are(KivHistogram *h, std::vector<double> want) {
 
 /* The points of the step outline over [lo, hi], flattened to x, y, x, y... */
 std::vector<double> outline(KivHistogram *h, double lo, double hi) {
-  KivTuple t = {0, NULL}; kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi); std::vector<double> v;
-  if (t.n > 0) v.assign(&t.P->x, &t.P->x + 2 * t.n);
-  return kiv_function_clear_tuple(&t), v;
+  KivTuple t = {0, NULL}; kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi);
+  std::vector<double> v(t.n ? &t.P->x : NULL, t.n ? &t.P->x + 2 * t.n : NULL); return kiv_function_clear_tuple(&t), v;
 }
 
 void test_fill_and_stats() {
@@ -183,10 +182,7 @@ void test_fill_n() {
  * dumps: a dump shows one binning and a whole name.  Weights and edges
  * are dyadic, so rebins keep the contents exactly; no value lies within
  * two units below 0, where either binning would count it in bin 0. */
-struct Run {
-  KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL); std::atomic<int> rebins{0}, ids{0};
-  double inside[2] = {0, 0};
-};
+struct Run { KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL); std::atomic<int> rebins{0}, ids{0}; double inside[2] = {0, 0}; };
 
 gpointer producer(gpointer data) {
   auto *run = static_cast<Run *>(data); int id = run->ids++; double x[4], w[4] = {0.5, 1.0, 1.5, 0.5};

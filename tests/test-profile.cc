@@ -8,8 +8,7 @@
 namespace {
 
 std::vector<double> read_array(KivProfile *p, const char *property) {
-  double *a = NULL; g_object_get(p, property, &a, NULL); std::vector<double> v(a, a + KIV_FUNCTION(p)->nbin);
-  return g_free(a), v;
+  double *a = NULL; g_object_get(p, property, &a, NULL); std::vector<double> v(a, a + KIV_FUNCTION(p)->nbin); return g_free(a), v;
 }
 
 void test_means_and_spread() {
@@ -47,8 +46,7 @@ void test_means_and_spread() {
 /* Four producers fill under the lock while this thread reads the weight
  * sums under it, which only grow.  Bin b gets the values b and b + 2 in
  * equal numbers: mean b + 1 and spread 1 in any order. */
-constexpr int kBins = 8, kPerProducer = 4800;
-std::atomic<int> running;
+constexpr int kBins = 8, kPerProducer = 4800; std::atomic<int> running;
 
 gpointer producer(gpointer p) {
   for (int k = 0; k < kPerProducer; k++) {

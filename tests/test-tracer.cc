@@ -10,8 +10,8 @@ namespace {
 
 std::vector<double> history(KivTracer *tr) {
   KivTuple t = {0, NULL}; kiv_function_get_array(KIV_FUNCTION(tr), &t, 0.0, 0.0); std::vector<double> v;
-  for (int i = 0; i < t.n; i++) v.push_back(t.P[i].x == i ? t.P[i].y : NAN);
-  kiv_function_clear_tuple(&t); return v;
+  for (int i = 0; i < t.n; i++) v.push_back(t.P[i].x == i ? t.P[i].y : NAN); /* oldest first at x = 0, 1, 2... */
+  return kiv_function_clear_tuple(&t), v;
 }
 
 void assert_history(KivTracer *tr, std::vector<double> want) { g_assert_true(history(tr) == want); }
@@ -20,11 +20,7 @@ void assert_history(KivTracer *tr, std::vector<double> want) { g_assert_true(his
 #define assert_stats(tr, n, mean, lo, hi) \
   kiv_assert_each({kiv_histogram_entries(KIV_HISTOGRAM(tr)), n}, {kiv_tracer_get_mean(tr), mean}, {kiv_tracer_get_minimum(tr), lo}, {kiv_tracer_get_maximum(tr), hi})
 
-void fill_all(KivTracer *tr, std::initializer_list<double> values) {
-  for (double v : values) kiv_histogram_fill(KIV_HISTOGRAM(tr), v, 1.0);
-}
-
-KivTracer *tracer_of_five_filled_to_seven() { KivTracer *tr = kiv_tracer_new(5); fill_all(tr, {1, 2, 3, 4, 5, 6, 7}); return tr; }
+void fill_all(KivTracer *tr, std::initializer_list<double> values) { for (double v : values) kiv_histogram_fill(KIV_HISTOGRAM(tr), v, 1.0); }
 
 void test_ring() {
   kiv_expect_critical("kiv_tracer_new: assertion 'n>0' failed"); g_assert_null(kiv_tracer_new(0));
@@ -54,7 +50,7 @@ void test_ring() {
 }
 
 void test_resize() {
-  KivTracer *tr = tracer_of_five_filled_to_seven(); KivFunction *f = KIV_FUNCTION(tr); kivtest::Counter range; range.connect(tr, "range-changed");
+  KivTracer *tr = kiv_tracer_new(5); fill_all(tr, {1, 2, 3, 4, 5, 6, 7}); KivFunction *f = KIV_FUNCTION(tr); kivtest::Counter range; range.connect(tr, "range-changed");
   /* The same width, or one that gives no ring, changes nothing. */
   for (int bad : {5, 0, -1, G_MININT, 1000000, G_MAXINT}) g_assert_cmpint(kiv_function_resize(f, bad, 10), ==, 0);
   assert_history(tr, {3, 4, 5, 6, 7});
