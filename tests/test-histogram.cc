@@ -11,7 +11,6 @@
 
 namespace {
 
-
 bool contents_are(KivHistogram *h, std::vector<double> want) {
   return KIV_FUNCTION(h)->nbin == (int)want.size() && !memcmp(h->y, want.data(), want.size() * sizeof(double));
 }
@@ -76,8 +75,8 @@ void test_borrowed_contents_and_outline() {
   kiv_assert_each({outline(h, -1e308, INFINITY).size(), 26}, {outline(h, NAN, NAN).size(), 8}, {outline(h, 1.5, 0.5).size(), 0});
   kiv_histogram_reset(h); g_assert_true(data[1] == 0.0 && data[4] == 123.0);
   /* A new count gives the histogram an array of its own, emitting no
-   * "changed"; its own array handed back stays owned; NULL gives zeros
-   * of its own and leaves the statistics. */
+   * "changed"; its own array handed back stays owned and rebuilds the
+   * statistics; NULL gives zeros of its own. */
   kivtest::Counter changed; changed.connect(h, "changed"); data[1] = 2.0; g_object_set(h, "nx", 3, NULL);
   g_object_get(h, "ptr", &own, NULL); own[1] = 5.0; g_object_set(h, "ptr", own, NULL);
   g_assert_true(h->y == own && h->owner == 1 && data[1] == 2.0 && changed.n == 1 && kiv_histogram_entries(h) == 5.0);
@@ -99,7 +98,8 @@ void test_rebin() {
     kiv_histogram_rebin(h, r.n, r.lo, r.hi); g_assert_true(contents_are(h, r.want) && f->xmin == r.lo && f->xmax == r.hi);
   }
   assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0); /* one entry per new bin at its centre */
-  /* Refused limits or count: a warning, and nothing changes. */
+  /* Refused limits: a warning, and nothing changes.  A count "nx" would
+   * refuse keeps the present count, with a warning. */
   kivtest::Counter range; range.connect(h, "range-changed");
   for (auto lim : {std::pair{(double)NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY}, {4.0, 0.0}, {2.0, 2.0}, {-1e308, 1e308}, {0.0, 5e-324}})
     kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing"),

@@ -1,6 +1,7 @@
-/* Tests of KivProfile: per-bin means and spreads, reset, the range handler,
- * bins whose weights sum to zero, and producers in threads.  Batched fills
- * are compared with single fills in test-histogram. */
+/* Tests of KivProfile: per-bin means and spreads, bins whose weights sum
+ * to zero, reset, sums re-allocated for a new count, and producers in
+ * threads.  Batched fills are compared with single fills in
+ * test-histogram. */
 #include "kiv-test.h"
 
 #include <atomic>
