@@ -1,6 +1,7 @@
 /* Tests of KivHistogram2D: fills, statistics and the text dump, refused
- * arguments, own and lent cell arrays, size changes, clones, dropped
- * weights, batches that match single fills bit for bit, and threads. */
+ * arguments and grids too big for an int, own and lent cell arrays and a
+ * new count while lent, clones, weights dropped singly and in a batch,
+ * and producers in threads. */
 #include "kiv-test.h"
 
 #include <algorithm>
