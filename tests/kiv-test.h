@@ -5,10 +5,10 @@
 #ifndef KIV_TEST_H
 #define KIV_TEST_H
 
-#include <gtkkiv.h>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <gtkkiv.h>
 #include <initializer_list>
 #include <string>
 #include <utility>
@@ -17,10 +17,9 @@
 /* The library logs under its own domain; GLib's property system under
  * "GLib-GObject". */
 #define KIV_LOG_DOMAIN "Gtkkiv"
-#define kiv_expect_critical(glob) \
+#define kiv_expect_critical(glob)                                                                  \
   g_test_expect_message(KIV_LOG_DOMAIN, G_LOG_LEVEL_CRITICAL, (glob))
-#define kiv_expect_warning(glob) \
-  g_test_expect_message(KIV_LOG_DOMAIN, G_LOG_LEVEL_WARNING, (glob))
+#define kiv_expect_warning(glob) g_test_expect_message(KIV_LOG_DOMAIN, G_LOG_LEVEL_WARNING, (glob))
 
 namespace kivtest {
 
@@ -59,10 +58,8 @@ void in_subprocess(Body body, const char *stdout_glob, const char *stderr_glob) 
   }
   g_test_trap_subprocess(NULL, 0, G_TEST_SUBPROCESS_DEFAULT);
   g_test_trap_assert_passed();
-  if (stdout_glob != NULL)
-    g_test_trap_assert_stdout(stdout_glob);
-  if (stderr_glob != NULL)
-    g_test_trap_assert_stderr(stderr_glob);
+  if (stdout_glob != NULL) g_test_trap_assert_stdout(stdout_glob);
+  if (stderr_glob != NULL) g_test_trap_assert_stderr(stderr_glob);
 }
 
 /* ---- A display, and widgets shown on it. ---- */
@@ -86,8 +83,7 @@ inline void add_widget_test(const char *path, void (*fn)(void)) {
 }
 
 inline void drain() {
-  while (gtk_events_pending())
-    gtk_main_iteration();
+  while (gtk_events_pending()) gtk_main_iteration();
 }
 
 /* Runs the main loop for about ms milliseconds. */
@@ -122,8 +118,7 @@ struct Toplevel {
       drain();
       GtkAllocation a;
       gtk_widget_get_allocation(widget, &a);
-      if (a.width == width && a.height == height)
-        return;
+      if (a.width == width && a.height == height) return;
       g_usleep(5000);
     }
     g_error("the widget was not allocated %dx%d", width, height);
@@ -147,8 +142,7 @@ struct Shown : Toplevel {
 /* A histogram of n bins over [lo, hi) holding 1, 2, ... n. */
 inline KivHistogram *ramp_histogram(int n, double lo, double hi) {
   KivHistogram *h = kiv_histogram_new(n, lo, hi, NULL);
-  for (int i = 0; i < n; i++)
-    kiv_histogram_set_bin_content(h, i, i + 1);
+  for (int i = 0; i < n; i++) kiv_histogram_set_bin_content(h, i, i + 1);
   return h;
 }
 
@@ -164,9 +158,7 @@ struct Rgb {
 inline constexpr Rgb kWhite{255, 255, 255}, kBlack{0, 0, 0}, kRed{255, 0, 0}, kGreen{0, 255, 0},
     kBlue{0, 0, 255};
 
-inline Rgb rgb(const GdkColor &c) {
-  return {c.red >> 8, c.green >> 8, c.blue >> 8};
-}
+inline Rgb rgb(const GdkColor &c) { return {c.red >> 8, c.green >> 8, c.blue >> 8}; }
 
 inline Rgb pixel(GdkPixbuf *pb, int x, int y) {
   g_assert_true(x >= 0 && y >= 0 && x < gdk_pixbuf_get_width(pb) && y < gdk_pixbuf_get_height(pb));
@@ -186,8 +178,7 @@ inline void assert_rgb(GdkPixbuf *pb, int x, int y, Rgb want, int tol = 0) {
 inline int count_not(GdkPixbuf *pb, int x0, int y0, int x1, int y1, Rgb c) {
   int n = 0;
   for (int y = y0; y < y1; y++)
-    for (int x = x0; x < x1; x++)
-      n += !pixel(pb, x, y).near(c);
+    for (int x = x0; x < x1; x++) n += !pixel(pb, x, y).near(c);
   return n;
 }
 
@@ -227,8 +218,7 @@ inline GString *read_bytes(gpointer widget, const char *prop) {
  * difference image (differing pixels red over a faded reference) are
  * written to the build folder as NAME-out.png and NAME-diff.png.  With
  * KIV_UPDATE_REFERENCES set, the picture becomes the new reference. */
-inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0,
-                             int max_differing = 0) {
+inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0, int max_differing = 0) {
   gchar *file = g_strdup_printf("%s.png", name);
   gchar *ref_path = g_test_build_filename(G_TEST_DIST, "reference", file, NULL);
   if (g_getenv("KIV_UPDATE_REFERENCES") != NULL) {
@@ -256,13 +246,15 @@ inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0,
       d[1] = d[2] = differs ? 0 : faded;
     }
   if (differing > max_differing) {
-    gchar *out = g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-out.png").c_str(), NULL);
-    gchar *dif = g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-diff.png").c_str(), NULL);
+    gchar *out =
+        g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-out.png").c_str(), NULL);
+    gchar *dif =
+        g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-diff.png").c_str(), NULL);
     gdk_pixbuf_save(got, out, "png", NULL, NULL);
-    if (same_size)
-      gdk_pixbuf_save(diff, dif, "png", NULL, NULL);
+    if (same_size) gdk_pixbuf_save(diff, dif, "png", NULL, NULL);
     g_error("%s: %d pixels differ by more than %d levels (at most %d may); %dx%d against %dx%d; "
-            "see %s and %s", name, differing, tol, max_differing, w, h, gdk_pixbuf_get_width(ref),
+            "see %s and %s",
+            name, differing, tol, max_differing, w, h, gdk_pixbuf_get_width(ref),
             gdk_pixbuf_get_height(ref), out, dif);
   }
   g_object_unref(diff);
@@ -273,8 +265,7 @@ inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0,
 
 /* ---- Pointer and key events as the X server delivers them. ---- */
 
-template <typename E>
-E &pointer_event(E &e, KivChart1D *h, double x, double y, guint state) {
+template <typename E> E &pointer_event(E &e, KivChart1D *h, double x, double y, guint state) {
   e.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(GTK_WIDGET(h))));
   e.send_event = TRUE;
   e.time = GDK_CURRENT_TIME;
@@ -326,12 +317,10 @@ inline void send_key(GtkWidget *toplevel, guint keyval, guint state = 0) {
 /* ---- Menus and dialogs. ---- */
 
 inline void find_all(GtkWidget *w, GType type, std::vector<GtkWidget *> *out) {
-  if (G_TYPE_CHECK_INSTANCE_TYPE(w, type))
-    out->push_back(w);
+  if (G_TYPE_CHECK_INSTANCE_TYPE(w, type)) out->push_back(w);
   if (GTK_IS_CONTAINER(w)) {
     GList *children = gtk_container_get_children(GTK_CONTAINER(w));
-    for (GList *l = children; l != NULL; l = l->next)
-      find_all(GTK_WIDGET(l->data), type, out);
+    for (GList *l = children; l != NULL; l = l->next) find_all(GTK_WIDGET(l->data), type, out);
     g_list_free(children);
   }
 }
@@ -362,25 +351,28 @@ inline void click_later(GtkWidget *button) {
 inline void respond_later(GtkWidget *dialog, int response) {
   GtkWidget *button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), response);
   click_later(button);
-  if (!GTK_IS_FILE_CHOOSER_DIALOG(dialog))
-    return;
+  if (!GTK_IS_FILE_CHOOSER_DIALOG(dialog)) return;
   struct Pending {
     GtkWidget *dialog, *button;
   };
   Pending *p = new Pending{dialog, GTK_WIDGET(g_object_ref(button))};
   g_object_add_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer *>(&p->dialog));
-  g_timeout_add(500, [](gpointer data) -> gboolean {
-    Pending *p = static_cast<Pending *>(data);
-    if (p->dialog != NULL && gtk_widget_get_visible(p->dialog)) {
-      gtk_button_clicked(GTK_BUTTON(p->button));
-      return TRUE;
-    }
-    if (p->dialog != NULL)
-      g_object_remove_weak_pointer(G_OBJECT(p->dialog), reinterpret_cast<gpointer *>(&p->dialog));
-    g_object_unref(p->button);
-    delete p;
-    return FALSE;
-  }, p);
+  g_timeout_add(
+      500,
+      [](gpointer data) -> gboolean {
+        Pending *p = static_cast<Pending *>(data);
+        if (p->dialog != NULL && gtk_widget_get_visible(p->dialog)) {
+          gtk_button_clicked(GTK_BUTTON(p->button));
+          return TRUE;
+        }
+        if (p->dialog != NULL)
+          g_object_remove_weak_pointer(G_OBJECT(p->dialog),
+                                       reinterpret_cast<gpointer *>(&p->dialog));
+        g_object_unref(p->button);
+        delete p;
+        return FALSE;
+      },
+      p);
 }
 
 inline std::string title_of(GtkWidget *w) {
@@ -456,11 +448,9 @@ inline GtkWidget *menu_item(GtkWidget *menu, const char *label) {
   GtkWidget *found = NULL;
   GList *items = gtk_container_get_children(GTK_CONTAINER(menu));
   for (GList *l = items; l != NULL; l = l->next)
-    if (item_label(GTK_WIDGET(l->data)) == label)
-      found = GTK_WIDGET(l->data);
+    if (item_label(GTK_WIDGET(l->data)) == label) found = GTK_WIDGET(l->data);
   g_list_free(items);
-  if (found == NULL)
-    g_error("no menu item \"%s\"", label);
+  if (found == NULL) g_error("no menu item \"%s\"", label);
   return found;
 }
 
@@ -485,8 +475,7 @@ inline GtkWidget *shown_menu() {
 inline GtkWidget *open_menu(KivChart1D *h) {
   for (int i = 0; i < 2000; i++) {
     press(h, 3, 10, 10);
-    if (GtkWidget *menu = shown_menu())
-      return menu;
+    if (GtkWidget *menu = shown_menu()) return menu;
     spin(5);
   }
   g_error("the menu could not grab the pointer");
@@ -503,8 +492,7 @@ inline void choose(KivChart1D *h, std::initializer_list<const char *> path) {
     GtkWidget *item = menu_item(shell, *p);
     GtkWidget *submenu = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item));
     for (int i = 0; !gtk_widget_get_mapped(submenu); i++) {
-      if (i == 2000)
-        g_error("the submenu \"%s\" could not grab the pointer", *p);
+      if (i == 2000) g_error("the submenu \"%s\" could not grab the pointer", *p);
       if (i > 0) {
         gtk_menu_shell_deselect(GTK_MENU_SHELL(shell));
         spin(5);

@@ -22,7 +22,8 @@ KivHistogram2D *map_of(int nx, int ny, std::vector<double> cells = {}) {
 /* A chart of the map, shown and drawn once at 240 x 180. */
 struct Chart : Shown {
   KivChart2D *h;
-  explicit Chart(KivHistogram2D *map) : Shown(kiv_chart2d_new(map), 240, 180), h(KIV_CHART2D(chart)) {}
+  explicit Chart(KivHistogram2D *map)
+      : Shown(kiv_chart2d_new(map), 240, 180), h(KIV_CHART2D(chart)) {}
 };
 
 void set_range(KivChart2D *h, const char *key, double fmin, double fmax) {
@@ -35,8 +36,7 @@ void set_range(KivChart2D *h, const char *key, double fmin, double fmax) {
  * reference of that name if one is given. */
 std::string picture(KivChart2D *h, const char *reference = NULL) {
   GdkPixbuf *pb = read_pixmap(h);
-  if (reference != NULL)
-    assert_reference(pb, reference, 2, 0);
+  if (reference != NULL) assert_reference(pb, reference, 2, 0);
   std::string s(reinterpret_cast<const char *>(gdk_pixbuf_get_pixels(pb)),
                 gdk_pixbuf_get_rowstride(pb) * gdk_pixbuf_get_height(pb));
   g_object_unref(pb);
@@ -51,8 +51,10 @@ void test_class() {
    * trapezoids: colour 12 is at 12 / 25 of a cycle. */
   KivHistogram2D *hist = kiv_histogram2d_new(2, -1.0, 3.0, 2, -2.0, 8.0, NULL);
   Chart s(hist);
-  const int rows[][4] = {{KIV_COLOR_2D_WB, 31456, 31456, 31456}, {KIV_COLOR_2D_GREEN, 0, 34078, 0},
-                         {KIV_COLOR_2D_BLUE, 0, 0, 34078}, {KIV_COLOR_2D_THERMAL, 0, 31456, 65535}};
+  const int rows[][4] = {{KIV_COLOR_2D_WB, 31456, 31456, 31456},
+                         {KIV_COLOR_2D_GREEN, 0, 34078, 0},
+                         {KIV_COLOR_2D_BLUE, 0, 0, 34078},
+                         {KIV_COLOR_2D_THERMAL, 0, 31456, 65535}};
   for (const auto &k : rows) {
     g_object_set(s.h, "ctype", k[0], NULL);
     const GdkColor &col = s.h->colorlst[12];
@@ -71,7 +73,8 @@ void test_class() {
   g_mutex_lock(&h1->cnvs->mutex);
   g_object_set(s.h, "ctype", KIV_COLOR_2D_RED, "squared", TRUE, "vmin", 5.0, "vmax", 6.0, NULL);
   g_mutex_unlock(&h1->cnvs->mutex);
-  kiv_assert_each({s.h->ctype, KIV_COLOR_2D_THERMAL}, {s.h->squared, FALSE}, {h1->vmin, 5.0}, {h1->vmax, 6.0});
+  kiv_assert_each({s.h->ctype, KIV_COLOR_2D_THERMAL}, {s.h->squared, FALSE}, {h1->vmin, 5.0},
+                  {h1->vmax, 6.0});
   gint ctype = 0, squared = FALSE;
   double vmin = 0.0, vmax = 0.0;
   g_object_set(s.h, "ctype", KIV_COLOR_2D_GREEN, "squared", TRUE, NULL);
@@ -111,13 +114,11 @@ void test_order() {
       {{}, "/ 0 0 20"},
       {{-1e308, 1e308}, "0 1 / 0 1e+308 20"}};
   for (const auto &k : cases) {
-    if (k.first.size() == 2)
-      set_range(s.h, "zrange", 0.5, 1.0);
+    if (k.first.size() == 2) set_range(s.h, "zrange", 0.5, 1.0);
     std::fill(std::copy(k.first.begin(), k.first.end(), cells), cells + 12, 0.0);
     g_object_unref(read_pixmap(s.h));
     std::string got;
-    for (int i = 0; i < s.h->nindx; i++)
-      got += std::to_string(s.h->dindex[s.h->dkey[i]]) + " ";
+    for (int i = 0; i < s.h->nindx; i++) got += std::to_string(s.h->dindex[s.h->dkey[i]]) + " ";
     char tail[64];
     g_snprintf(tail, sizeof tail, "/ %g %g %d", c->zmin, c->zmax, s.h->bsiz);
     g_assert_cmpstr((got += tail).c_str(), ==, k.second);
@@ -140,9 +141,11 @@ void test_order() {
 void test_pictures() {
   KivHistogram2D *hists[3] = {map_of(6, 4), map_of(200, 150), map_of(400, 3)};
   for (int b = 0; b < 24; b++)
-    hists[0]->y[b] = b == 5 ? NAN : b == 18 ? INFINITY : b == 19 ? -INFINITY : b % 6 + b / 6 * 2 - 2;
-  for (int b = 0; b < 200 * 150; b++)
-    hists[1]->y[b] = (b % 200 + b / 200) / 4 - 10;
+    hists[0]->y[b] = b == 5    ? NAN
+                     : b == 18 ? INFINITY
+                     : b == 19 ? -INFINITY
+                               : b % 6 + b / 6 * 2 - 2;
+  for (int b = 0; b < 200 * 150; b++) hists[1]->y[b] = (b % 200 + b / 200) / 4 - 10;
   for (int b = 0; b < 1200; b++)
     hists[2]->y[b] = b < 400 ? b + 1 : b < 800 ? 800 - b : b % 2 != 0 ? 400 : 1;
   Chart thermal(hists[0]), bw(hists[1]), red(hists[2]);
@@ -234,7 +237,8 @@ void test_chart() {
   std::fill(hist->y, hist->y + 8, 3.0);
   pb = read_pixmap(s.h);
   g_assert_cmpint(count_not(pb, c->px0 + 9, c->py1 + 9, c->px1 - 9, c->py0 - 9,
-                            rgb(h1->colors[KIV_COLOR_BACKGROUND])), ==, 0);
+                            rgb(h1->colors[KIV_COLOR_BACKGROUND])),
+                  ==, 0);
   g_object_unref(pb);
   g_object_unref(hist);
 

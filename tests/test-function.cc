@@ -25,7 +25,8 @@ void test_bins_array_properties() {
   KivFunction *f = kiv_function_new(10, 1.0, 6.0, NULL);
   kiv_expect_critical("kiv_function_find_bin: assertion 'f != NULL' failed");
   kiv_expect_critical("kiv_function_bin_center: assertion 'f != NULL' failed");
-  kiv_assert_each({kiv_function_find_bin(NULL, 1), -1}, {kiv_function_bin_center(NULL, 1), G_MAXDOUBLE},
+  kiv_assert_each({kiv_function_find_bin(NULL, 1), -1},
+                  {kiv_function_bin_center(NULL, 1), G_MAXDOUBLE},
                   {kiv_function_find_bin(f, 0.75), 0}, {kiv_function_find_bin(f, 0.5), -1},
                   {kiv_function_find_bin(f, 1.6), 1}, {kiv_function_find_bin(f, 5.99), 9},
                   {kiv_function_find_bin(f, 6), 10}, {kiv_function_find_bin(f, 1e300), 10},
@@ -40,12 +41,14 @@ void test_bins_array_properties() {
    * NaN gives none. */
   f = kiv_function_new(4, 1.0, 0.0, square);
   KivTuple t = {0, NULL};
-  const double cases[][3] = {{0, 1, 4}, {2, 3, 4}, {-1, -0.75, 1}, {0, 0.2, 0}, {1, 0, 0}, {NAN, 1, 0}};
+  const double cases[][3] = {{0, 1, 4},   {2, 3, 4}, {-1, -0.75, 1},
+                             {0, 0.2, 0}, {1, 0, 0}, {NAN, 1, 0}};
   for (const auto &c : cases) {
     kiv_function_get_array(f, &t, c[1], c[0]);
     g_assert_cmpint(t.n, ==, c[2]);
     if (t.n > 0)
-      kiv_assert_each({t.P[0].x, c[1]}, {t.P[0].y, c[1] * c[1]}, {t.P[t.n - 1].x, c[1] - 0.25 * (t.n - 1)});
+      kiv_assert_each({t.P[0].x, c[1]}, {t.P[0].y, c[1] * c[1]},
+                      {t.P[t.n - 1].x, c[1] - 0.25 * (t.n - 1)});
     kiv_function_clear_tuple(&t);
     g_assert_true(t.P == NULL && t.n == 0);
   }
@@ -80,7 +83,8 @@ void test_bins_array_properties() {
   kiv_assert_each({f->nbin, 999999}, {kiv_function_get_xmax(f), 999999});
   g_object_set(f, "xmax", 10.0, "xstep", 20.0, NULL);
   kiv_assert_each({f->nbin, 1}, {kiv_function_get_xmax(f), 20});
-  kiv_expect_warning("KivFunction: xstep 1 gives no bin count from 1 to 999999 on [0, 1e+06]; ignored");
+  kiv_expect_warning(
+      "KivFunction: xstep 1 gives no bin count from 1 to 999999 on [0, 1e+06]; ignored");
   g_object_set(f, "xmax", 999999.5, "xstep", 1.0, NULL);
   g_test_assert_expected_messages();
   kiv_assert_each({f->nbin, 1}, {f->step, 999999.5});
@@ -94,17 +98,21 @@ void test_bins_array_properties() {
  * bin centres, named or numbered by their place in the list. */
 void test_dump() {
   KivHistogram *h = kivtest::ramp_histogram(3, 1.0, 2.5);
-  KivFunction *b = kiv_function_new(1, 0.0, 1.0, NULL), *wide = kiv_function_new(3, 0.0, 100.0, four_x);
+  KivFunction *b = kiv_function_new(1, 0.0, 1.0, NULL),
+              *wide = kiv_function_new(3, 0.0, 100.0, four_x);
   kiv_function_set_name(KIV_FUNCTION(h), "h");
   kiv_function_set_name(wide, "say \"hi\"");
   g_object_set(b, "xmax", 0.0, "nx", 3, NULL);
   GList *l = g_list_append(g_list_append(g_list_append(NULL, h), b), wide);
-  assert_dump(kiv_function_print_list(l), "1D 3 1.000000 2.500000\t[nbin xmin xmax]\n"
-              "\"X\"\t\"h\"\t\"Function_1\"\t\"say \"hi\"\"\n1.250000\t1.000000\t0.000000\t5.000000\n"
-              "1.750000\t2.000000\t0.000000\t7.000000\n2.250000\t3.000000\t0.000000\t9.000000\n");
+  assert_dump(
+      kiv_function_print_list(l),
+      "1D 3 1.000000 2.500000\t[nbin xmin xmax]\n"
+      "\"X\"\t\"h\"\t\"Function_1\"\t\"say \"hi\"\"\n1.250000\t1.000000\t0.000000\t5.000000\n"
+      "1.750000\t2.000000\t0.000000\t7.000000\n2.250000\t3.000000\t0.000000\t9.000000\n");
   /* A range of exactly [0, 0] shows the bin count as its upper limit. */
-  assert_dump(kiv_function_print(b), "1D 3 0.000000 3.000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\n"
-                                     "0.000000\t0.000000\n0.000000\t0.000000\n0.000000\t0.000000\n");
+  assert_dump(kiv_function_print(b),
+              "1D 3 0.000000 3.000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\n"
+              "0.000000\t0.000000\n0.000000\t0.000000\n0.000000\t0.000000\n");
   /* Refused: a later function of another bin count, a later element that
    * is no function, and no list at all. */
   l = g_list_append(l, kiv_stats_new());
@@ -123,8 +131,9 @@ void test_comma_locale() {
   if (setlocale(LC_NUMERIC, "de_DE.UTF-8") == NULL)
     return g_test_skip("the locale de_DE.UTF-8 is not installed");
   KivFunction *a = kiv_function_new(2, 0.0, 1234.0, four_x);
-  assert_dump(kiv_function_print(a), "1D 2 0,000000 1234,000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\n"
-                                     "308,500000\t1234,000000\n925,500000\t3702,000000\n");
+  assert_dump(kiv_function_print(a),
+              "1D 2 0,000000 1234,000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\n"
+              "308,500000\t1234,000000\n925,500000\t3702,000000\n");
   setlocale(LC_NUMERIC, "C");
   g_object_unref(a);
 }

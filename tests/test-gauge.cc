@@ -23,8 +23,7 @@ std::string printed;
 GdkPixbuf *paint(KivGauge *gg, const char *name, int w, int h, bool allocate = true) {
   GtkAllocation a = {0, 0, w, h};
   gtk_widget_queue_resize(GTK_WIDGET(gg));
-  if (allocate)
-    gtk_widget_size_allocate(GTK_WIDGET(gg), &a);
+  if (allocate) gtk_widget_size_allocate(GTK_WIDGET(gg), &a);
   GdkPixmap *pixmap = gdk_pixmap_new(gdk_get_default_root_window(), w, h, -1);
   gauge_paint(gg, gdk_cairo_create(pixmap));
   GdkPixbuf *pb = gdk_pixbuf_get_from_drawable(NULL, pixmap, NULL, 0, 0, 0, 0, w, h);
@@ -85,8 +84,7 @@ void test_gauge() {
   kiv_assert_each({xmin, -FLT_MAX}, {xmax, 0.0}, {depth, 16}, {KIV_FUNCTION(gg->tracer)->nbin, 16});
   g_assert_true(g_str_equal(s[0], "#00ff00") && g_str_equal(s[1], "Flow") &&
                 g_str_equal(s[2], "serif"));
-  for (gchar *p : s)
-    g_free(p);
+  for (gchar *p : s) g_free(p);
   /* The caller may hand back the title itself. */
   kiv_gauge_set_title(gg, kiv_gauge_get_title(gg));
   g_assert_cmpstr(gg->title, ==, "Flow");
@@ -103,8 +101,7 @@ void test_gauge() {
   g_test_assert_expected_messages();
   /* Every value goes into the history, in range or not: -5, -3.5, ...
    * 23.5, and the largest float of the first picture before them. */
-  for (int i = 0; i < 20; i++)
-    kiv_gauge_set_value(gg, i * 1.5f - 5);
+  for (int i = 0; i < 20; i++) kiv_gauge_set_value(gg, i * 1.5f - 5);
   kiv_assert_each({kiv_gauge_get_value(gg), 23.5}, {kiv_tracer_get_minimum(gg->tracer), -5.0},
                   {kiv_tracer_get_maximum(kiv_gauge_get_tracer(gg)), FLT_MAX});
   /* Rows of low and high limits, a value and its needle's angle.  The
@@ -115,12 +112,23 @@ void test_gauge() {
    * and reaching down from the largest float; limits that are not finite
    * give the scale 0 to 1. */
   const double cases[][4] = {
-      {0, 10, 2.5, 7 * kPi / 8}, {0, 10, -1, 5 * kPi / 4}, {0, 10, 11, -kPi / 4},
-      {0, 10, NAN, -kPi / 4}, {0, 10, INFINITY, -kPi / 4}, {0, 10, -INFINITY, 5 * kPi / 4},
-      {0, 10, 1e-45, 5 * kPi / 4}, {-3, 1, 0, kPi / 8}, {5, 5, 5.5, kPi / 2},
-      {1e9, 1e9, 1000007616, kPi / 2}, {1e9, 1e9, 2e9, -kPi / 4}, {NAN, 5, 0.5, kPi / 2},
-      {FLT_MAX, FLT_MAX, FLT_MAX, -kPi / 4}, {FLT_MAX, FLT_MAX, 0, 5 * kPi / 4},
-      {-FLT_MAX, FLT_MAX, 0, kPi / 2}, {5, INFINITY, 1, -kPi / 4}, {-INFINITY, 5, 0, 5 * kPi / 4},
+      {0, 10, 2.5, 7 * kPi / 8},
+      {0, 10, -1, 5 * kPi / 4},
+      {0, 10, 11, -kPi / 4},
+      {0, 10, NAN, -kPi / 4},
+      {0, 10, INFINITY, -kPi / 4},
+      {0, 10, -INFINITY, 5 * kPi / 4},
+      {0, 10, 1e-45, 5 * kPi / 4},
+      {-3, 1, 0, kPi / 8},
+      {5, 5, 5.5, kPi / 2},
+      {1e9, 1e9, 1000007616, kPi / 2},
+      {1e9, 1e9, 2e9, -kPi / 4},
+      {NAN, 5, 0.5, kPi / 2},
+      {FLT_MAX, FLT_MAX, FLT_MAX, -kPi / 4},
+      {FLT_MAX, FLT_MAX, 0, 5 * kPi / 4},
+      {-FLT_MAX, FLT_MAX, 0, kPi / 2},
+      {5, INFINITY, 1, -kPi / 4},
+      {-INFINITY, 5, 0, 5 * kPi / 4},
   };
   for (const auto &c : cases) {
     kiv_gauge_set_range(gg, float(c[0]), float(c[1]));

@@ -10,10 +10,12 @@ static void test_graph() {
    * the end values. */
   KivTuple t = {0, NULL};
   kiv_function_get_array(f, &t, 100.0, 200.0);
-  kiv_assert_each({f->xmin, 0}, {f->xmax, 3}, {g->ymin, 0}, {g->ymax, 30}, {kiv_function_get_npts(f), 3}, {t.n, 3},
-                  {t.P[1].x, 1}, {t.P[2].y, 30}, {kiv_function_eval(f, 0.5), 5}, {kiv_function_eval(f, 1), 10},
-                  {kiv_function_eval(f, 2), 20}, {kiv_function_eval(f, 3), 30}, {kiv_function_eval(f, -1), 0},
-                  {kiv_function_eval(f, 7), 30}, {kiv_function_eval(f, NAN), 30});
+  kiv_assert_each({f->xmin, 0}, {f->xmax, 3}, {g->ymin, 0}, {g->ymax, 30},
+                  {kiv_function_get_npts(f), 3}, {t.n, 3}, {t.P[1].x, 1}, {t.P[2].y, 30},
+                  {kiv_function_eval(f, 0.5), 5}, {kiv_function_eval(f, 1), 10},
+                  {kiv_function_eval(f, 2), 20}, {kiv_function_eval(f, 3), 30},
+                  {kiv_function_eval(f, -1), 0}, {kiv_function_eval(f, 7), 30},
+                  {kiv_function_eval(f, NAN), 30});
   kiv_function_clear_tuple(&t);
 
   /* Near the ends of the double range the interpolation does not
@@ -31,8 +33,8 @@ static void test_graph() {
 
   /* Without abscissas the points are 0, 1, ... at 0 and the limits empty. */
   kiv_graph_reset(g, 4, NULL, y);
-  kiv_assert_each({f->nbin, 4}, {g->xv[3], 3}, {g->yv[3], 0}, {f->xmin, G_MAXDOUBLE}, {f->xmax, -G_MAXDOUBLE},
-                  {g->ymin, G_MAXDOUBLE}, {g->ymax, -G_MAXDOUBLE});
+  kiv_assert_each({f->nbin, 4}, {g->xv[3], 3}, {g->yv[3], 0}, {f->xmin, G_MAXDOUBLE},
+                  {f->xmax, -G_MAXDOUBLE}, {g->ymin, G_MAXDOUBLE}, {g->ymax, -G_MAXDOUBLE});
   /* Without points (a negative count is none) the graph reads 0
    * everywhere and has no array. */
   kiv_graph_reset(g, -3, x, y);

@@ -12,108 +12,187 @@
 namespace {
 
 bool contents_are(KivHistogram *h, std::vector<double> want) {
-  return KIV_FUNCTION(h)->nbin == (int)want.size() && !memcmp(h->y, want.data(), want.size() * sizeof(double));
+  return KIV_FUNCTION(h)->nbin == (int)want.size() &&
+         !memcmp(h->y, want.data(), want.size() * sizeof(double));
 }
 
 /* Entries, mean, extreme contents and extreme values filled. */
-#define assert_stats(h, n, mean, vmin, vmax, lo, hi) kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean}, \
-  {kiv_histogram_vmin(h), vmin}, {kiv_histogram_vmax(h), vmax}, {kiv_histogram_min_value(h), lo}, {kiv_histogram_max_value(h), hi})
+#define assert_stats(h, n, mean, vmin, vmax, lo, hi)                                               \
+  kiv_assert_each({kiv_histogram_entries(h), n}, {kiv_histogram_mean(h), mean},                    \
+                  {kiv_histogram_vmin(h), vmin}, {kiv_histogram_vmax(h), vmax},                    \
+                  {kiv_histogram_min_value(h), lo}, {kiv_histogram_max_value(h), hi})
 
 /* The points of the step outline over [lo, hi], flattened to x, y, x, y... */
 std::vector<double> outline(KivHistogram *h, double lo, double hi) {
-  KivTuple t = {0, NULL}; kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi);
-  std::vector<double> v(t.n ? &t.P->x : NULL, t.n ? &t.P->x + 2 * t.n : NULL); return kiv_function_clear_tuple(&t), v;
+  KivTuple t = {0, NULL};
+  kiv_function_get_array(KIV_FUNCTION(h), &t, lo, hi);
+  std::vector<double> v(t.n ? &t.P->x : NULL, t.n ? &t.P->x + 2 * t.n : NULL);
+  return kiv_function_clear_tuple(&t), v;
 }
 
 void test_fill_and_stats() {
-  KivHistogram *h = kiv_histogram_new(10, 0.0, 10.0, NULL); kivtest::Counter changed; changed.connect(h, "changed");
+  KivHistogram *h = kiv_histogram_new(10, 0.0, 10.0, NULL);
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
   /* The upper edge belongs to no bin and less than a bin below the range
    * lands in bin 0; both count as entries.  -0 is no new minimum. */
-  for (auto f : {std::pair{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}}) kiv_histogram_fill(h, f.first, f.second);
+  for (auto f : {std::pair{10.0, 1.0}, {-0.5, 1.0}, {2.5, 3.0}, {2.7, -5.0}, {7.5, -0.0}})
+    kiv_histogram_fill(h, f.first, f.second);
   g_assert_true(contents_are(h, {1, 0, -2, 0, 0, 0, 0, 0, 0, 0}));
   assert_stats(h, 0.0, 0.0, -2.0, 3.0, -0.5, 10.0); /* weights sum to 0: mean 0 */
   h->y[9] = 4.0; /* the value at a point: the last bin includes the upper edge */
-  for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}}) g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p.first), ==, p.second);
-  kiv_histogram_reset(h); g_assert_true(changed.n == 6 && contents_are(h, std::vector<double>(10, 0.0)));
-  assert_stats(h, 0.0, 0.0, 0.0, 0.0, G_MAXDOUBLE, -G_MAXDOUBLE); kiv_histogram_resize(h, 4, 0.0, 4.0);
+  for (auto p : {std::pair{10.0, 4.0}, {10.01, 0.0}, {-0.01, 0.0}, {NAN, 0.0}})
+    g_assert_cmpfloat(kiv_function_eval(KIV_FUNCTION(h), p.first), ==, p.second);
+  kiv_histogram_reset(h);
+  g_assert_true(changed.n == 6 && contents_are(h, std::vector<double>(10, 0.0)));
+  assert_stats(h, 0.0, 0.0, 0.0, 0.0, G_MAXDOUBLE, -G_MAXDOUBLE);
+  kiv_histogram_resize(h, 4, 0.0, 4.0);
   for (double x : {1.0, 2.0, 3.0}) kiv_histogram_fill(h, x, 1.0);
-  KivStats *s = kiv_stats_new(); g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0); assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
-  g_assert_true(s->s[2] == 14.0 && fabs(kiv_histogram_rms(h) - 2.0 / 3) < 1e-15 && fabs(kiv_histogram_stdev(h) - sqrt(2.0 / 3)) < 1e-15);
+  KivStats *s = kiv_stats_new();
+  g_assert_cmpint(kiv_histogram_get_stats(h, s), ==, 0);
+  assert_stats(h, 3.0, 2.0, 0.0, 1.0, 1.0, 3.0);
+  g_assert_true(s->s[2] == 14.0 && fabs(kiv_histogram_rms(h) - 2.0 / 3) < 1e-15 &&
+                fabs(kiv_histogram_stdev(h) - sqrt(2.0 / 3)) < 1e-15);
   /* Recomputed from the contents: one entry per non-empty bin at its
    * centre, weighted by the content, whatever "stats" is given. */
-  kiv_histogram_set_bin_content(h, 0, -0.0), kiv_histogram_set_bin_content(h, 3, -1.0); g_object_set(h, "stats", 12345, NULL);
-  assert_stats(h, 1.0, (1.5 + 2.5 - 3.5) / 1, -1.0, 1.0, 1.5, 3.5); g_object_unref(s), g_object_unref(h);
+  kiv_histogram_set_bin_content(h, 0, -0.0), kiv_histogram_set_bin_content(h, 3, -1.0);
+  g_object_set(h, "stats", 12345, NULL);
+  assert_stats(h, 1.0, (1.5 + 2.5 - 3.5) / 1, -1.0, 1.0, 1.5, 3.5);
+  g_object_unref(s), g_object_unref(h);
 }
 
 /* Every refused argument gets its critical and its stated answer,
  * changes nothing and leaves the lock free. */
 void test_refused() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); int sz = 7; double *live = h->y; kivtest::Counter changed; changed.connect(h, "changed");
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
+  int sz = 7;
+  double *live = h->y;
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
   const std::pair<const char *, std::function<double()>> cases[] = {
-      {"kiv_histogram_new: assertion 'n>0' failed", [] { return !!kiv_histogram_new(0, 0, 1, NULL); }},
-      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_get_bin_content(h, 4); }},
-      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed", [&] { return kiv_histogram_set_bin_content(h, -1, 1), 0.0; }},
-      {"kiv_histogram_get_stats: assertion 'KIV_IS_STATS(s)' failed", [&] { return 1 + kiv_histogram_get_stats(h, (KivStats *)h); }},
-      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed", [&] { return kiv_histogram_get_values(NULL, &sz, &live), sz + !!live; }},
-      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed", [&] { return kiv_histogram_fill_n(h, NULL, h->y, 3), 0.0; }}};
-  for (const auto &c : cases) { kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages(); }
-  g_assert_true(changed.n == 0 && kiv_histogram_entries(h) == 0.0 && kiv_function_trylock(KIV_FUNCTION(h)));
-  kiv_function_unlock(KIV_FUNCTION(h)); g_object_unref(h);
+      {"kiv_histogram_new: assertion 'n>0' failed",
+       [] { return !!kiv_histogram_new(0, 0, 1, NULL); }},
+      {"kiv_histogram_get_bin_content: assertion 'ibin>=0 && ibin<nbin' failed",
+       [&] { return kiv_histogram_get_bin_content(h, 4); }},
+      {"kiv_histogram_set_bin_content: assertion 'ibin>=0 && ibin<nbin' failed",
+       [&] { return kiv_histogram_set_bin_content(h, -1, 1), 0.0; }},
+      {"kiv_histogram_get_stats: assertion 'KIV_IS_STATS(s)' failed",
+       [&] { return 1 + kiv_histogram_get_stats(h, (KivStats *)h); }},
+      {"kiv_histogram_get_values: assertion 'KIV_IS_HISTOGRAM(h)' failed",
+       [&] { return kiv_histogram_get_values(NULL, &sz, &live), sz + !!live; }},
+      {"kiv_histogram_fill_n: assertion 'x != NULL || n == 0' failed",
+       [&] { return kiv_histogram_fill_n(h, NULL, h->y, 3), 0.0; }}};
+  for (const auto &c : cases) {
+    kiv_expect_critical(c.first);
+    g_assert_cmpfloat(c.second(), ==, 0.0);
+    g_test_assert_expected_messages();
+  }
+  g_assert_true(changed.n == 0 && kiv_histogram_entries(h) == 0.0 &&
+                kiv_function_trylock(KIV_FUNCTION(h)));
+  kiv_function_unlock(KIV_FUNCTION(h));
+  g_object_unref(h);
 }
 
 void test_borrowed_contents_and_outline() {
   double data[] = {0, 2, 0, 1, 123}; /* a canary past the contents */
   KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, data);
-  assert_stats(h, 3.0, (2 * 1.5 + 1 * 3.5) / 3, 0.0, 2.0, 1.5, 3.5); kiv_histogram_fill(h, 3.2, 1.0); double *copy = kiv_histogram_get_data(h), *own = NULL;
-  g_assert_true(h->owner == 0 && h->y == data && copy != data && !memcmp(copy, data, 32) && data[3] == 2); g_free(copy);
-  KivHistogram *c = kiv_histogram_clone(h); kiv_histogram_fill(c, 0.5, 4.0); g_assert_true(contents_are(c, {4, 2, 0, 2}) && data[0] == 0);
-  assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5); g_object_unref(c);
+  assert_stats(h, 3.0, (2 * 1.5 + 1 * 3.5) / 3, 0.0, 2.0, 1.5, 3.5);
+  kiv_histogram_fill(h, 3.2, 1.0);
+  double *copy = kiv_histogram_get_data(h), *own = NULL;
+  g_assert_true(h->owner == 0 && h->y == data && copy != data && !memcmp(copy, data, 32) &&
+                data[3] == 2);
+  g_free(copy);
+  KivHistogram *c = kiv_histogram_clone(h);
+  kiv_histogram_fill(c, 0.5, 4.0);
+  g_assert_true(contents_are(c, {4, 2, 0, 2}) && data[0] == 0);
+  assert_stats(c, 8.0, (6.5 + 3.2 + 2.0) / 8, 0.0, 4.0, 0.5, 3.5);
+  g_object_unref(c);
   /* The outline rises, tops and falls at the bin edges; limits beyond the
    * range are clamped to the outer bins; a request within a bin gives
    * that bin, a reversed one nothing. */
-  g_assert_true(outline(h, 1.2, 4.0) == std::vector<double>({1, 0, 1, 2, 2, 2, 2, 2, 2, 0, 3, 0, 3, 0, 3, 2, 4, 2, 4, 0}));
-  kiv_assert_each({outline(h, -1e308, INFINITY).size(), 26}, {outline(h, NAN, NAN).size(), 8}, {outline(h, 1.5, 0.5).size(), 0});
-  kiv_histogram_reset(h); g_assert_true(data[1] == 0.0 && data[4] == 123.0);
+  g_assert_true(outline(h, 1.2, 4.0) ==
+                std::vector<double>({1, 0, 1, 2, 2, 2, 2, 2, 2, 0, 3, 0, 3, 0, 3, 2, 4, 2, 4, 0}));
+  kiv_assert_each({outline(h, -1e308, INFINITY).size(), 26}, {outline(h, NAN, NAN).size(), 8},
+                  {outline(h, 1.5, 0.5).size(), 0});
+  kiv_histogram_reset(h);
+  g_assert_true(data[1] == 0.0 && data[4] == 123.0);
   /* A new count gives the histogram an array of its own, emitting no
    * "changed"; its own array handed back stays owned and rebuilds the
    * statistics; NULL gives zeros of its own. */
-  kivtest::Counter changed; changed.connect(h, "changed"); data[1] = 2.0; g_object_set(h, "nx", 3, NULL);
-  g_object_get(h, "ptr", &own, NULL); own[1] = 5.0; g_object_set(h, "ptr", own, NULL);
-  g_assert_true(h->y == own && h->owner == 1 && data[1] == 2.0 && changed.n == 1 && kiv_histogram_entries(h) == 5.0);
-  g_object_set(h, "ptr", NULL, NULL); g_assert_true(contents_are(h, {0, 0, 0}) && h->owner == 1 && changed.n == 2);
-  g_object_unref(h); g_assert_cmpfloat(data[4], ==, 123.0);
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
+  data[1] = 2.0;
+  g_object_set(h, "nx", 3, NULL);
+  g_object_get(h, "ptr", &own, NULL);
+  own[1] = 5.0;
+  g_object_set(h, "ptr", own, NULL);
+  g_assert_true(h->y == own && h->owner == 1 && data[1] == 2.0 && changed.n == 1 &&
+                kiv_histogram_entries(h) == 5.0);
+  g_object_set(h, "ptr", NULL, NULL);
+  g_assert_true(contents_are(h, {0, 0, 0}) && h->owner == 1 && changed.n == 2);
+  g_object_unref(h);
+  g_assert_cmpfloat(data[4], ==, 123.0);
 }
 
 void test_rebin() {
-  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL); KivFunction *f = KIV_FUNCTION(h);
+  KivHistogram *h = kiv_histogram_new(4, 0.0, 4.0, NULL);
+  KivFunction *f = KIV_FUNCTION(h);
   /* Each row rebins what the row before left (or 1 2 3 4 on a fresh [0,
    * 4)): a new bin gets what the old bins it covers held, split evenly
    * within an old bin.  A count below 1 keeps the count. */
-  const struct { bool fresh; int n; double lo, hi; std::vector<double> want; } rows[] = {
-      {true, 4, 0, 4, {1, 2, 3, 4}},      {false, 2, 0, 4, {3, 7}},    {true, 2, 1, 3, {2, 3}},
-      {false, 4, 1, 3, {1, 1, 1.5, 1.5}}, {false, 3, -1, 5, {0, 5, 0}}, {true, 0, 0, 8, {3, 7, 0, 0}},
-      {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}}};
+  const struct {
+    bool fresh;
+    int n;
+    double lo, hi;
+    std::vector<double> want;
+  } rows[] = {{true, 4, 0, 4, {1, 2, 3, 4}},
+              {false, 2, 0, 4, {3, 7}},
+              {true, 2, 1, 3, {2, 3}},
+              {false, 4, 1, 3, {1, 1, 1.5, 1.5}},
+              {false, 3, -1, 5, {0, 5, 0}},
+              {true, 0, 0, 8, {3, 7, 0, 0}},
+              {false, -3, 0, 4, {1.5, 1.5, 3.5, 3.5}}};
   for (const auto &r : rows) {
-    if (r.fresh) kiv_histogram_resize(h, 4, 0.0, 4.0), std::copy_n(std::begin({1.0, 2.0, 3.0, 4.0}), 4, h->y);
-    kiv_histogram_rebin(h, r.n, r.lo, r.hi); g_assert_true(contents_are(h, r.want) && f->xmin == r.lo && f->xmax == r.hi);
+    if (r.fresh)
+      kiv_histogram_resize(h, 4, 0.0, 4.0), std::copy_n(std::begin({1.0, 2.0, 3.0, 4.0}), 4, h->y);
+    kiv_histogram_rebin(h, r.n, r.lo, r.hi);
+    g_assert_true(contents_are(h, r.want) && f->xmin == r.lo && f->xmax == r.hi);
   }
   assert_stats(h, 55.0, 128.0 / 55, 0.0, 7.0, 0.0, 7.0); /* one entry per new bin at its centre */
   /* Refused limits: a warning, and nothing changes.  A count "nx" would
    * refuse keeps the present count, with a warning. */
-  kivtest::Counter range; range.connect(h, "range-changed");
-  for (auto lim : {std::pair{(double)NAN, 4.0}, {0.0, NAN}, {-INFINITY, 4.0}, {0.0, INFINITY}, {4.0, 0.0}, {2.0, 2.0}, {-1e308, 1e308}, {0.0, 5e-324}})
-    kiv_expect_warning("kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing"),
+  kivtest::Counter range;
+  range.connect(h, "range-changed");
+  for (auto lim : {std::pair{(double)NAN, 4.0},
+                   {0.0, NAN},
+                   {-INFINITY, 4.0},
+                   {0.0, INFINITY},
+                   {4.0, 0.0},
+                   {2.0, 2.0},
+                   {-1e308, 1e308},
+                   {0.0, 5e-324}})
+    kiv_expect_warning(
+        "kiv_histogram_rebin: cannot rebin to [*]; limits must be finite and increasing"),
         kiv_histogram_rebin(h, 1000, lim.first, lim.second);
-  kiv_expect_warning("kiv_histogram_rebin: 1000000 bins is more than 999999; keeping 4 bins"); kiv_histogram_rebin(h, 1000000, 0.0, 4.0);
-  kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 4 bins"); kiv_histogram_resize(h, G_MAXINT, 0.0, 4.0);
+  kiv_expect_warning("kiv_histogram_rebin: 1000000 bins is more than 999999; keeping 4 bins");
+  kiv_histogram_rebin(h, 1000000, 0.0, 4.0);
+  kiv_expect_warning("kiv_histogram_resize: 2147483647 bins is more than 999999; keeping 4 bins");
+  kiv_histogram_resize(h, G_MAXINT, 0.0, 4.0);
   g_test_assert_expected_messages();
-  g_assert_true(contents_are(h, {0, 0, 0, 0}) && f->xmin == 0.0 && f->xmax == 4.0 && f->step == 1.0 && range.n == 3);
-  kiv_histogram_fill(h, 3.5, 2.0); kiv_histogram_rebin(h, 999999, 0.0, 4.0); g_assert_true(fabs(h->y[999998] - 2 / 249999.75) < 1e-15);
+  g_assert_true(contents_are(h, {0, 0, 0, 0}) && f->xmin == 0.0 && f->xmax == 4.0 &&
+                f->step == 1.0 && range.n == 3);
+  kiv_histogram_fill(h, 3.5, 2.0);
+  kiv_histogram_rebin(h, 999999, 0.0, 4.0);
+  g_assert_true(fabs(h->y[999998] - 2 / 249999.75) < 1e-15);
   /* A new step re-bins as a new count does, the contents zeroed; steps
    * that give no count from 1 to 999999 change nothing. */
-  g_object_set(h, "xstep", 0.3, NULL); kiv_histogram_fill(h, 0.85, 1.0);
-  kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", 1e-300, NULL); g_test_assert_expected_messages();
-  g_assert_true(f->nbin == 13 && kiv_function_get_step(f) == 0.3 && h->y[2] == 1.0 && std::count(h->y, h->y + 13, 0.0) == 12); g_object_unref(h);
+  g_object_set(h, "xstep", 0.3, NULL);
+  kiv_histogram_fill(h, 0.85, 1.0);
+  kiv_expect_warning("*xstep*ignored*"), g_object_set(h, "xstep", 1e-300, NULL);
+  g_test_assert_expected_messages();
+  g_assert_true(f->nbin == 13 && kiv_function_get_step(f) == 0.3 && h->y[2] == 1.0 &&
+                std::count(h->y, h->y + 13, 0.0) == 12);
+  g_object_unref(h);
 }
 
 /* ---- Batches: the same bits as single fills. ---- */
@@ -121,10 +200,14 @@ void test_rebin() {
 /* Contents, statistics, extrema, the sums of profiles and the ring of
  * tracers, as raw bytes. */
 std::vector<double> state(KivHistogram *h) {
-  int n = KIV_FUNCTION(h)->nbin; std::vector<double> v(h->y, h->y + n);
+  int n = KIV_FUNCTION(h)->nbin;
+  std::vector<double> v(h->y, h->y + n);
   v.insert(v.end(), &h->stat->nc, &h->stat->nc + 10), v.insert(v.end(), {h->vmin, h->vmax});
-  if (KIV_IS_PROFILE(h)) v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n), v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
-  if (KIV_IS_TRACER(h)) v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
+  if (KIV_IS_PROFILE(h))
+    v.insert(v.end(), KIV_PROFILE(h)->n, KIV_PROFILE(h)->n + n),
+        v.insert(v.end(), KIV_PROFILE(h)->s, KIV_PROFILE(h)->s + n);
+  if (KIV_IS_TRACER(h))
+    v.insert(v.end(), {(double)KIV_TRACER(h)->index, (double)KIV_TRACER(h)->npoints});
   return v;
 }
 
@@ -134,23 +217,30 @@ void fill_both(KivHistogram *a, KivHistogram *b, const std::vector<double> &x, c
   const gsize sizes[] = {1, 255, 256, 257, 300, 1000, 2000};
   for (size_t i = 0; i < x.size(); i++) kiv_histogram_fill(a, x[i], w != NULL ? w[i] : 1.0);
   for (gsize i = 0, k = 0, m; i < x.size(); i += m, k++)
-    m = std::min(sizes[k % 7], x.size() - i), kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
-  std::vector<double> sa = state(a), sb = state(b); g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
+    m = std::min(sizes[k % 7], x.size() - i),
+    kiv_histogram_fill_n(b, x.data() + i, w != NULL ? w + i : NULL, m);
+  std::vector<double> sa = state(a), sb = state(b);
+  g_assert_cmpmem(sa.data(), sa.size() * sizeof(double), sb.data(), sb.size() * sizeof(double));
 }
 
 void test_fill_n() {
   KivHistogram *(*const makes[])() = {
-      [] { return kiv_histogram_new(7, -1.3, 2.9, NULL); }, [] { return KIV_HISTOGRAM(kiv_profile_new(9, -2.0, 5.0, NULL)); },
+      [] { return kiv_histogram_new(7, -1.3, 2.9, NULL); },
+      [] { return KIV_HISTOGRAM(kiv_profile_new(9, -2.0, 5.0, NULL)); },
       [] { return KIV_HISTOGRAM(kiv_tracer_new(50)); }};
   const double cycle[] = {1.0, 0.0, -2.5, 3.0, 0.125, 1e-300, 7.0};
   for (auto make : makes) {
-    KivHistogram *a = make(), *b = make(); KivFunction *f = KIV_FUNCTION(a);
+    KivHistogram *a = make(), *b = make();
+    KivFunction *f = KIV_FUNCTION(a);
     /* Each edge and its neighbouring doubles, NaN, infinities, huge and
      * tiny values, signed zeros, then values a little beyond the range on
      * both sides; enough for a batch to span several blocks. */
-    std::vector<double> x = {f->xmin - 0.5 * f->step, NAN, INFINITY, -INFINITY, 1e308, -1e308, 0.0, -0.0, 5e-324}, w;
+    std::vector<double>
+        x = {f->xmin - 0.5 * f->step, NAN, INFINITY, -INFINITY, 1e308, -1e308, 0.0, -0.0, 5e-324},
+        w;
     for (int k = -2; k <= f->nbin + 1; k++)
-      for (double d : {-HUGE_VAL, 0.0, HUGE_VAL}) x.push_back(std::nextafter(f->xmin + k * f->step, d == 0.0 ? f->xmin + k * f->step : d));
+      for (double d : {-HUGE_VAL, 0.0, HUGE_VAL})
+        x.push_back(std::nextafter(f->xmin + k * f->step, d == 0.0 ? f->xmin + k * f->step : d));
     for (guint64 r = 42; x.size() < 1100; r = r * 6364136223846793005ULL + 1442695040888963407ULL)
       x.push_back(f->xmin + (f->xmax - f->xmin) * (1.2 * (r >> 11) / 9007199254740992.0 - 0.1));
     for (size_t i = 0; i < x.size(); i++) w.push_back(cycle[i % 7]);
@@ -158,21 +248,31 @@ void test_fill_n() {
     fill_both(a, b, x, NULL);
     /* The bins found ahead for the next batch are those of the old range. */
     g_object_set(b, "xmin", f->xmin - 0.25, NULL), g_object_set(a, "xmin", f->xmin - 0.25, NULL);
-    fill_both(a, b, x, w.data()); g_object_unref(a), g_object_unref(b);
+    fill_both(a, b, x, w.data());
+    g_object_unref(a), g_object_unref(b);
   }
   /* NaN and infinities poison sums, contents and extrema in a particular
    * way.  A sum of -0 (from a record written by hand) stays -0 while only
    * -0 terms are added: the terms w y and w x y of a histogram are zeros
    * signed like w and w x.  One "changed" per batch, none for an empty one. */
-  const struct { std::vector<double> x, w; double zero; } rows[] = {
-      {{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5}, {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0}, 0.0},
-      {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}, -0.0},
-      {{-0.5}, {}, -0.0}};
+  const struct {
+    std::vector<double> x, w;
+    double zero;
+  } rows[] = {{{0.5, 1.5, INFINITY, 2.5, 1.5, -INFINITY, NAN, 0.5, 3.5},
+               {1.0, INFINITY, 2.0, NAN, -INFINITY, 1.0, 3.0, 2.0, 1.0},
+               0.0},
+              {{0.5, 1.5, 2.5, -0.5, 3.5, 1.5}, {-1.0, -2.0, 5.0, -3.0, -1.0, -4.0}, -0.0},
+              {{-0.5}, {}, -0.0}};
   for (const auto &r : rows) {
-    KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL), *b = kiv_histogram_new(4, 0.0, 4.0, NULL); kivtest::Counter changed;
+    KivHistogram *a = kiv_histogram_new(4, 0.0, 4.0, NULL),
+                 *b = kiv_histogram_new(4, 0.0, 4.0, NULL);
+    kivtest::Counter changed;
     for (KivHistogram *h : {a, b}) h->stat->s[1] = h->stat->s[3] = h->stat->s[4] = r.zero;
-    changed.connect(b, "changed"); kiv_histogram_fill_n(b, r.x.data(), NULL, 0); kiv_histogram_fill_n(b, NULL, NULL, 0);
-    fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data()); g_assert_cmpint(changed.n, ==, std::min<size_t>(r.x.size(), 2)); /* batches of 1, 255, ... */
+    changed.connect(b, "changed");
+    kiv_histogram_fill_n(b, r.x.data(), NULL, 0);
+    kiv_histogram_fill_n(b, NULL, NULL, 0);
+    fill_both(a, b, r.x, r.w.empty() ? NULL : r.w.data());
+    g_assert_cmpint(changed.n, ==, std::min<size_t>(r.x.size(), 2)); /* batches of 1, 255, ... */
     g_object_unref(a), g_object_unref(b);
   }
 }
@@ -182,12 +282,20 @@ void test_fill_n() {
  * dumps: a dump shows one binning and a whole name.  Weights and edges
  * are dyadic, so rebins keep the contents exactly; no value lies within
  * two units below 0, where either binning would count it in bin 0. */
-struct Run { KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL); std::atomic<int> rebins{0}, ids{0}; double inside[2] = {0, 0}; };
+struct Run {
+  KivHistogram *h = kiv_histogram_new(16, 0.0, 16.0, NULL);
+  std::atomic<int> rebins{0}, ids{0};
+  double inside[2] = {0, 0};
+};
 
 gpointer producer(gpointer data) {
-  auto *run = static_cast<Run *>(data); int id = run->ids++; double x[4], w[4] = {0.5, 1.0, 1.5, 0.5};
+  auto *run = static_cast<Run *>(data);
+  int id = run->ids++;
+  double x[4], w[4] = {0.5, 1.0, 1.5, 0.5};
   for (int k = 0; k < 3000 || run->rebins < 100; k++) {
-    for (int i = 0; i < 4; i++) x[i] = (k * 7 + i * 5 + id) % 24 - 4, x[i] = x[i] == -1 ? -3 : x[i], run->inside[id] += x[i] >= 0 && x[i] < 16 ? w[i] : 0;
+    for (int i = 0; i < 4; i++)
+      x[i] = (k * 7 + i * 5 + id) % 24 - 4, x[i] = x[i] == -1 ? -3 : x[i],
+      run->inside[id] += x[i] >= 0 && x[i] < 16 ? w[i] : 0;
     kiv_histogram_fill_n(run->h, x, w, 3), kiv_histogram_fill(run->h, x[3], w[3]);
   }
   return NULL;
@@ -196,30 +304,43 @@ gpointer producer(gpointer data) {
 gpointer rebinner(gpointer data) {
   for (auto *run = static_cast<Run *>(data); run->rebins < 100; run->rebins++, g_usleep(100))
     kiv_histogram_rebin(run->h, run->rebins % 2 ? 16 : 8, 0.0, 16.0),
-        kiv_function_set_name(KIV_FUNCTION(run->h), run->rebins % 4 < 2 ? "a long name, freed at every rename" : "b");
+        kiv_function_set_name(KIV_FUNCTION(run->h),
+                              run->rebins % 4 < 2 ? "a long name, freed at every rename" : "b");
   return NULL;
 }
 
 void test_threads() {
-  Run run; kiv_function_set_name(KIV_FUNCTION(run.h), "b");
-  GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run), g_thread_new("r", rebinner, &run)};
+  Run run;
+  kiv_function_set_name(KIV_FUNCTION(run.h), "b");
+  GThread *threads[] = {g_thread_new("p", producer, &run), g_thread_new("p", producer, &run),
+                        g_thread_new("r", rebinner, &run)};
   while (run.rebins < 100) {
-    GString *dump = kiv_function_print(KIV_FUNCTION(run.h)); gchar **lines = g_strsplit(dump->str, "\n", -1); int n = 0;
+    GString *dump = kiv_function_print(KIV_FUNCTION(run.h));
+    gchar **lines = g_strsplit(dump->str, "\n", -1);
+    int n = 0;
     g_assert_true(sscanf(lines[0], "1D %d 0.000000 16.000000\t", &n) == 1 && (n == 8 || n == 16));
-    g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") || !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
-    for (int i = 0; i < n; i++) g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
+    g_assert_true(!strcmp(lines[1], "\"X\"\t\"b\"") ||
+                  !strcmp(lines[1], "\"X\"\t\"a long name, freed at every rename\""));
+    for (int i = 0; i < n; i++)
+      g_assert_cmpfloat(g_ascii_strtod(lines[i + 2], NULL), ==, (i + 0.5) * 16.0 / n);
     g_strfreev(lines), g_string_free(dump, TRUE);
   }
   for (GThread *t : threads) g_thread_join(t);
   double sum = 0.0;
   for (int i = 0; i < KIV_FUNCTION(run.h)->nbin; i++) sum += run.h->y[i];
-  g_assert_cmpfloat(sum, ==, run.inside[0] + run.inside[1]); g_object_unref(run.h);
+  g_assert_cmpfloat(sum, ==, run.inside[0] + run.inside[1]);
+  g_object_unref(run.h);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram/fill-and-stats", test_fill_and_stats); g_test_add_func("/histogram/refused", test_refused);
-  g_test_add_func("/histogram/borrowed", test_borrowed_contents_and_outline); g_test_add_func("/histogram/rebin", test_rebin);
-  g_test_add_func("/histogram/fill-n", test_fill_n); g_test_add_func("/histogram/threads", test_threads); return g_test_run();
+  g_test_init(&argc, &argv, NULL);
+  g_test_add_func("/histogram/fill-and-stats", test_fill_and_stats);
+  g_test_add_func("/histogram/refused", test_refused);
+  g_test_add_func("/histogram/borrowed", test_borrowed_contents_and_outline);
+  g_test_add_func("/histogram/rebin", test_rebin);
+  g_test_add_func("/histogram/fill-n", test_fill_n);
+  g_test_add_func("/histogram/threads", test_threads);
+  return g_test_run();
 }

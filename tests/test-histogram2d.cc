@@ -9,56 +9,100 @@
 
 namespace {
 
-double cell(KivHistogram2D *h, int ix, int iy) { return kiv_histogram2d_get_cell_content(h, ix, iy); }
-gsize bufsiz(KivHistogram2D *h) { return GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(h), "__bufsiz__")); }
+double cell(KivHistogram2D *h, int ix, int iy) {
+  return kiv_histogram2d_get_cell_content(h, ix, iy);
+}
+gsize bufsiz(KivHistogram2D *h) {
+  return GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(h), "__bufsiz__"));
+}
 bool all_zero(KivHistogram2D *h, int n) { return std::count(h->y, h->y + n, 0.0) == n; }
 
 void test_fill_and_dump() {
-  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL); kivtest::Counter changed; changed.connect(h, "changed");
+  KivHistogram2D *h = kiv_histogram2d_new(3, 0, 3, 2, 0, 1, NULL);
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
   /* The statistics get the raw coordinates, not the cell centre.  Less
    * than a bin below the low edge still lands in bin 0; outside the grid
    * (NaN included) nothing changes but "changed" is emitted. */
-  const double fills[][3] = {{1.25, 0.75, 2}, {-0.5, 0.25, 1}, {2.5, 0.1, -3}, {3.0, 0.5, 1}, {0.5, -0.6, 1},
-                             {-1.0, 0.5, 1},  {0.5, 1e300, 1}, {NAN, 0.5, 1},  {0.5, NAN, 1}, {INFINITY, 0.5, 1}};
+  const double fills[][3] = {{1.25, 0.75, 2}, {-0.5, 0.25, 1},   {2.5, 0.1, -3},  {3.0, 0.5, 1},
+                             {0.5, -0.6, 1},  {-1.0, 0.5, 1},    {0.5, 1e300, 1}, {NAN, 0.5, 1},
+                             {0.5, NAN, 1},   {INFINITY, 0.5, 1}};
   for (const auto &f : fills) kiv_histogram2d_fill(h, f[0], f[1], f[2]);
-  double vmin = 0; g_object_get(h, "vmin", &vmin, NULL);
-  kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3}, {vmin, -3}, {bufsiz(h), 6},
-                  {h->vmax, 2}, {kiv_stats_get_nc(h->stat), 0}, {h->stat->s[0], 2.5 - 0.5 - 7.5},
-                  {h->stat->s[1], 1.5 + 0.25 - 0.3}, {kiv_stats_get_min(h->stat, 0), -0.5},
-                  {kiv_stats_get_max(h->stat, 1), 0.75});
+  double vmin = 0;
+  g_object_get(h, "vmin", &vmin, NULL);
+  kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3},
+                  {vmin, -3}, {bufsiz(h), 6}, {h->vmax, 2}, {kiv_stats_get_nc(h->stat), 0},
+                  {h->stat->s[0], 2.5 - 0.5 - 7.5}, {h->stat->s[1], 1.5 + 0.25 - 0.3},
+                  {kiv_stats_get_min(h->stat, 0), -0.5}, {kiv_stats_get_max(h->stat, 1), 0.75});
   GString *dump = kiv_function_print(KIV_FUNCTION(h));
-  const char *want = "2D 3 0.000000 3.000000 2 0.000000 1.000000\t[nxbin xmin xmax nybin ymin ymax - data ( rows are Y, columns X )]\n"
+  const char *want = "2D 3 0.000000 3.000000 2 0.000000 1.000000\t[nxbin xmin xmax nybin ymin ymax "
+                     "- data ( rows are Y, columns X )]\n"
                      "1.000000\t0.000000\t-3.000000\n0.000000\t2.000000\t0.000000\n";
-  g_assert_cmpstr(dump->str, ==, want); g_string_free(dump, TRUE);
+  g_assert_cmpstr(dump->str, ==, want);
+  g_string_free(dump, TRUE);
   /* Value at a point: outside the grid, the nearest edge cell. */
   const double at[][3] = {{-5, -5, 1}, {5, 5, 0}, {NAN, NAN, 1}, {1.5, 0.9, 2}, {2.9, -7, -3}};
-  for (const auto &p : at) g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
+  for (const auto &p : at)
+    g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
   /* A reset zeroes the cells and keeps the extrema and statistics. */
-  kiv_histogram2d_reset(h); g_assert_true(changed.n == 11 && all_zero(h, 6) && h->vmin == -3 && h->vmax == 2 && h->stat->s[0] == -5.5);
+  kiv_histogram2d_reset(h);
+  g_assert_true(changed.n == 11 && all_zero(h, 6) && h->vmin == -3 && h->vmax == 2 &&
+                h->stat->s[0] == -5.5);
   g_object_unref(h);
 }
 
 void test_refused() {
-  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, NULL); KivStats *s = kiv_stats_new(); auto *other = reinterpret_cast<KivHistogram2D *>(s);
-  const double x[] = {0.5}; kivtest::Counter changed; changed.connect(h, "changed");
+  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, NULL);
+  KivStats *s = kiv_stats_new();
+  auto *other = reinterpret_cast<KivHistogram2D *>(s);
+  const double x[] = {0.5};
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
   const std::pair<const char *, std::function<double()>> cases[] = {
-      {"kiv_histogram2d_new: assertion 'nx>0' failed", [] { return !!kiv_histogram2d_new(0, 0, 1, 10, 0, 1, NULL); }},
-      {"kiv_histogram2d_new: assertion 'ny>0' failed", [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
-      {"kiv_histogram2d_fill: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed", [&] { kiv_histogram2d_fill(other, 0.5, 0.5, 1); return 0.0; }},
-      {"kiv_histogram2d_get_stats: assertion 's != NULL' failed", [&] { return 1 + kiv_histogram2d_get_stats(h, NULL); }},
-      {"kiv_histogram2d_get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' failed", [&] { return cell(h, 10, 0); }},
-      {"kiv_histogram2d_get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' failed", [&] { return cell(h, 0, -1); }},
-      {"kiv_histogram2d_fill_n: assertion '(x != NULL && y != NULL) || n == 0' failed", [&] { kiv_histogram2d_fill_n(h, x, NULL, x, 1); return 0.0; }},
-      {"kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells than an int can count; refused", [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }},
+      {"kiv_histogram2d_new: assertion 'nx>0' failed",
+       [] { return !!kiv_histogram2d_new(0, 0, 1, 10, 0, 1, NULL); }},
+      {"kiv_histogram2d_new: assertion 'ny>0' failed",
+       [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
+      {"kiv_histogram2d_fill: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed",
+       [&] {
+         kiv_histogram2d_fill(other, 0.5, 0.5, 1);
+         return 0.0;
+       }},
+      {"kiv_histogram2d_get_stats: assertion 's != NULL' failed",
+       [&] { return 1 + kiv_histogram2d_get_stats(h, NULL); }},
+      {"kiv_histogram2d_get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' "
+       "failed",
+       [&] { return cell(h, 10, 0); }},
+      {"kiv_histogram2d_get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' "
+       "failed",
+       [&] { return cell(h, 0, -1); }},
+      {"kiv_histogram2d_fill_n: assertion '(x != NULL && y != NULL) || n == 0' failed",
+       [&] {
+         kiv_histogram2d_fill_n(h, x, NULL, x, 1);
+         return 0.0;
+       }},
+      {"kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells than an int can count; "
+       "refused",
+       [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }},
   };
   for (const auto &c : cases) {
-    kiv_expect_critical(c.first); g_assert_cmpfloat(c.second(), ==, 0.0); g_test_assert_expected_messages(); }
-  g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0); g_object_unref(s); g_object_unref(h);
+    kiv_expect_critical(c.first);
+    g_assert_cmpfloat(c.second(), ==, 0.0);
+    g_test_assert_expected_messages();
+  }
+  g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0);
+  g_object_unref(s);
+  g_object_unref(h);
   /* Cell numbers are ints: 10 x 999999 cells fit, 2200 x 999999 do not. */
-  h = kiv_histogram2d_new(2200, 0, 1, 10, 0, 1, NULL); kiv_histogram2d_fill(h, 0.99999, 0.99999, 3); double *before = h->y;
-  kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells has more cells than an int can count; refused");
-  g_object_set(h, "ny", 999999, NULL); g_test_assert_expected_messages();
-  g_assert_true(bufsiz(h) == 22000 && h->y == before && cell(h, 2199, 9) == 3); g_object_unref(h);
+  h = kiv_histogram2d_new(2200, 0, 1, 10, 0, 1, NULL);
+  kiv_histogram2d_fill(h, 0.99999, 0.99999, 3);
+  double *before = h->y;
+  kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells has more cells than an "
+                      "int can count; refused");
+  g_object_set(h, "ny", 999999, NULL);
+  g_test_assert_expected_messages();
+  g_assert_true(bufsiz(h) == 22000 && h->y == before && cell(h, 2199, 9) == 3);
+  g_object_unref(h);
 }
 
 void test_lent_array_and_clone() {
@@ -66,25 +110,42 @@ void test_lent_array_and_clone() {
    * rebuilds statistics and extrema from the cells, one entry per nonzero
    * finite cell at its centre weighted by its content; fills and resets
    * act on the array. */
-  std::vector<double> cells(100, 0.0); cells[1 + 10 * 2] = 4.0; KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, cells.data());
-  g_assert_true(h->owner == 0 && h->y == cells.data() && bufsiz(h) == 1 && h->vmax == 4 && kiv_stats_get_nc(h->stat) == 4);
-  g_assert_true(fabs(kiv_stats_get_mean(h->stat, 0) - 0.15) < 1e-15 && fabs(kiv_stats_get_mean(h->stat, 1) - 0.25) < 1e-15);
-  kiv_histogram2d_fill(h, 0.05, 0.05, 1.5); g_assert_cmpfloat(cells[0], ==, 1.5); kiv_histogram2d_reset(h);
+  std::vector<double> cells(100, 0.0);
+  cells[1 + 10 * 2] = 4.0;
+  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, cells.data());
+  g_assert_true(h->owner == 0 && h->y == cells.data() && bufsiz(h) == 1 && h->vmax == 4 &&
+                kiv_stats_get_nc(h->stat) == 4);
+  g_assert_true(fabs(kiv_stats_get_mean(h->stat, 0) - 0.15) < 1e-15 &&
+                fabs(kiv_stats_get_mean(h->stat, 1) - 0.25) < 1e-15);
+  kiv_histogram2d_fill(h, 0.05, 0.05, 1.5);
+  g_assert_cmpfloat(cells[0], ==, 1.5);
+  kiv_histogram2d_reset(h);
   g_assert_true(cells[0] == 0.0 && cells[21] == 0.0 && h->vmax == 4);
-  for (auto c : {std::pair{5, -2.0}, {7, (double)NAN}, {8, (double)INFINITY}, {99, 3.0}}) cells[c.first] = c.second;
-  g_object_set(h, "ptr", cells.data(), NULL); kiv_assert_each({h->vmin, -2}, {h->vmax, 3}, {kiv_stats_get_nc(h->stat), 1});
-  g_assert_true(fabs(kiv_stats_get_min(h->stat, 0) - 0.55) < 1e-15 && fabs(kiv_stats_get_max(h->stat, 1) - 0.95) < 1e-15);
+  for (auto c : {std::pair{5, -2.0}, {7, (double)NAN}, {8, (double)INFINITY}, {99, 3.0}})
+    cells[c.first] = c.second;
+  g_object_set(h, "ptr", cells.data(), NULL);
+  kiv_assert_each({h->vmin, -2}, {h->vmax, 3}, {kiv_stats_get_nc(h->stat), 1});
+  g_assert_true(fabs(kiv_stats_get_min(h->stat, 0) - 0.55) < 1e-15 &&
+                fabs(kiv_stats_get_max(h->stat, 1) - 0.95) < 1e-15);
   /* Back to cells of its own, zero-filled; its own array handed back
    * stays owned.  A new count gives it cells of its own too. */
-  g_object_set(h, "ptr", NULL, NULL); g_assert_true(h->owner == 1 && all_zero(h, 100) && h->vmax == 3.0 && std::isnan(cells[7]));
-  gpointer own = h->y; h->y[3] = 6.0; g_object_set(h, "ptr", own, "ptr", cells.data(), "nx", 30, NULL); /* own, lent, own again */
-  kiv_histogram2d_fill(h, 2.95, 0.95, 1); /* the step stays 0.1 */
-  g_assert_true(h->owner == 1 && bufsiz(h) == 300 && cell(h, 29, 9) == 1 && cells[99] == 3.0 && cells[98] == 0.0);
+  g_object_set(h, "ptr", NULL, NULL);
+  g_assert_true(h->owner == 1 && all_zero(h, 100) && h->vmax == 3.0 && std::isnan(cells[7]));
+  gpointer own = h->y;
+  h->y[3] = 6.0;
+  g_object_set(h, "ptr", own, "ptr", cells.data(), "nx", 30, NULL); /* own, lent, own again */
+  kiv_histogram2d_fill(h, 2.95, 0.95, 1);                           /* the step stays 0.1 */
+  g_assert_true(h->owner == 1 && bufsiz(h) == 300 && cell(h, 29, 9) == 1 && cells[99] == 3.0 &&
+                cells[98] == 0.0);
   /* A clone copies cells, limits, extrema and statistics, not the name. */
-  kiv_function_set_name(KIV_FUNCTION(h), "source"); g_object_set(h, "xmax", 3.0, "ymin", 10.0, NULL);
-  KivHistogram2D *c = kiv_histogram2d_clone(h); KivFunction *cx = KIV_FUNCTION(c), *cy = kiv_function2d_Y(KIV_FUNCTION2D(c));
-  g_assert_true(c->y != h->y && cx->nbin == 30 && cx->xmax == 3 && cx->name == NULL && cy->xmin == 10 && cy->xmax == 1 && c->vmax == 3);
-  g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double)); g_object_unref(h), g_object_unref(c);
+  kiv_function_set_name(KIV_FUNCTION(h), "source");
+  g_object_set(h, "xmax", 3.0, "ymin", 10.0, NULL);
+  KivHistogram2D *c = kiv_histogram2d_clone(h);
+  KivFunction *cx = KIV_FUNCTION(c), *cy = kiv_function2d_Y(KIV_FUNCTION2D(c));
+  g_assert_true(c->y != h->y && cx->nbin == 30 && cx->xmax == 3 && cx->name == NULL &&
+                cy->xmin == 10 && cy->xmax == 1 && c->vmax == 3);
+  g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double));
+  g_object_unref(h), g_object_unref(c);
 }
 
 /* A NaN or infinite weight, or a sum that overflows, would leave a cell
@@ -93,50 +154,78 @@ void test_lent_array_and_clone() {
  * warning, singly or in a batch; a batch otherwise fills as single fills
  * do, emitting "changed" once. */
 void test_dropped_weights_and_fill_n() {
-  KivHistogram2D *h = kiv_histogram2d_new(6, -1.3, 2.9, 5, 0.0, 1.0, NULL); kivtest::Counter changed; changed.connect(h, "changed");
-  const double bx[] = {0.5, 0.55, 0.55, 0.55, 0.5, -1.0}, by[] = {0.95, 0.55, 0.55, 0.55, 0.95, 0.1}, bw[] = {1e308, NAN, INFINITY, -INFINITY, 1e308, -2};
-  const char *overflow = "KivHistogram2D: weight 1e+308 at (0.5, 0.95) would make cell (2, 4) inf; entry dropped";
+  KivHistogram2D *h = kiv_histogram2d_new(6, -1.3, 2.9, 5, 0.0, 1.0, NULL);
+  kivtest::Counter changed;
+  changed.connect(h, "changed");
+  const double bx[] = {0.5, 0.55, 0.55, 0.55, 0.5, -1.0},
+               by[] = {0.95, 0.55, 0.55, 0.55, 0.95, 0.1},
+               bw[] = {1e308, NAN, INFINITY, -INFINITY, 1e308, -2};
+  const char *overflow =
+      "KivHistogram2D: weight 1e+308 at (0.5, 0.95) would make cell (2, 4) inf; entry dropped";
   for (int batch = 0; batch < 2; batch++) {
     if (batch) kiv_expect_warning(overflow);
-    for (int i = 0; i < 3; i++) kiv_expect_warning("KivHistogram2D: weight * at (0.55, 0.55) would make cell (2, 2) *; entry dropped");
+    for (int i = 0; i < 3; i++)
+      kiv_expect_warning(
+          "KivHistogram2D: weight * at (0.55, 0.55) would make cell (2, 2) *; entry dropped");
     kiv_expect_warning(overflow);
     for (int i = 0; i < 6 && !batch; i++) kiv_histogram2d_fill(h, bx[i], by[i], bw[i]);
-    if (batch) kiv_histogram2d_fill_n(h, bx, by, bw, 6), kiv_histogram2d_fill_n(h, NULL, NULL, NULL, 0);
-    g_test_assert_expected_messages(); }
-  kiv_assert_each({changed.n, 7}, {cell(h, 2, 4), 1e308}, {cell(h, 0, 0), -4}, {cell(h, 2, 2), 0}, {h->vmax, 1e308}, {h->vmin, -4},
-                  {kiv_stats_get_nc(h->stat), 1e308}, {h->stat->s[0], 5e307}, {kiv_stats_get_min(h->stat, 1), 0.1});
+    if (batch)
+      kiv_histogram2d_fill_n(h, bx, by, bw, 6), kiv_histogram2d_fill_n(h, NULL, NULL, NULL, 0);
+    g_test_assert_expected_messages();
+  }
+  kiv_assert_each({changed.n, 7}, {cell(h, 2, 4), 1e308}, {cell(h, 0, 0), -4}, {cell(h, 2, 2), 0},
+                  {h->vmax, 1e308}, {h->vmin, -4}, {kiv_stats_get_nc(h->stat), 1e308},
+                  {h->stat->s[0], 5e307}, {kiv_stats_get_min(h->stat, 1), 0.1});
   g_object_unref(h);
 }
 
 /* Producers that hold the function's lock around their fills lose no
  * entry.  Each fills a row of its own and the last row, which all share;
  * this thread reads cells under the lock meanwhile. */
-constexpr int kThreads = 4, kFills = 8000; std::atomic<int> next_row;
+constexpr int kThreads = 4, kFills = 8000;
+std::atomic<int> next_row;
 
 gpointer producer(gpointer data) {
-  auto *h = static_cast<KivHistogram2D *>(data); int row = next_row++;
+  auto *h = static_cast<KivHistogram2D *>(data);
+  int row = next_row++;
   for (int i = 0; i < kFills; i++) {
-    kiv_function_lock(KIV_FUNCTION(h)); kiv_histogram2d_fill(h, (i % 8) + 0.5, row + 0.5, 1.0);
-    kiv_histogram2d_fill(h, (i % 8) + 0.5, kThreads + 0.5, 0.5); kiv_function_unlock(KIV_FUNCTION(h));
+    kiv_function_lock(KIV_FUNCTION(h));
+    kiv_histogram2d_fill(h, (i % 8) + 0.5, row + 0.5, 1.0);
+    kiv_histogram2d_fill(h, (i % 8) + 0.5, kThreads + 0.5, 0.5);
+    kiv_function_unlock(KIV_FUNCTION(h));
   }
   return NULL;
 }
 
 void test_threads() {
-  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL); GThread *threads[kThreads]; next_row = 0;
+  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL);
+  GThread *threads[kThreads];
+  next_row = 0;
   for (auto &t : threads) t = g_thread_new("fill", producer, h);
   for (double shared = 0, now; shared < kThreads * kFills / 8 * 0.5; shared = now) {
-    kiv_function_lock(KIV_FUNCTION(h)); now = cell(h, 7, kThreads); kiv_function_unlock(KIV_FUNCTION(h)); g_assert_cmpfloat(now, >=, shared); }
+    kiv_function_lock(KIV_FUNCTION(h));
+    now = cell(h, 7, kThreads);
+    kiv_function_unlock(KIV_FUNCTION(h));
+    g_assert_cmpfloat(now, >=, shared);
+  }
   for (GThread *t : threads) g_thread_join(t);
   for (int ix = 0; ix < 8; ix++)
-    for (int iy = 0; iy <= kThreads; iy++) g_assert_cmpfloat(cell(h, ix, iy), ==, iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
-  kiv_assert_each({kiv_stats_get_nc(h->stat), kThreads * kFills * 1.5}, {h->vmax, kThreads * kFills / 8 * 0.5}); g_object_unref(h);
+    for (int iy = 0; iy <= kThreads; iy++)
+      g_assert_cmpfloat(cell(h, ix, iy), ==,
+                        iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
+  kiv_assert_each({kiv_stats_get_nc(h->stat), kThreads * kFills * 1.5},
+                  {h->vmax, kThreads * kFills / 8 * 0.5});
+  g_object_unref(h);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-  g_test_init(&argc, &argv, NULL); g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump); g_test_add_func("/histogram2d/refused", test_refused);
-  g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone); g_test_add_func("/histogram2d/dropped-weights", test_dropped_weights_and_fill_n);
-  g_test_add_func("/histogram2d/threads", test_threads); return g_test_run();
+  g_test_init(&argc, &argv, NULL);
+  g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
+  g_test_add_func("/histogram2d/refused", test_refused);
+  g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone);
+  g_test_add_func("/histogram2d/dropped-weights", test_dropped_weights_and_fill_n);
+  g_test_add_func("/histogram2d/threads", test_threads);
+  return g_test_run();
 }

@@ -41,12 +41,12 @@ void test_rounds() {
      * chart let it go.  The widgets, from the fourth on, are drawn side by
      * side. */
     gpointer alive[] = {h, h2, g_object_ref(gg->tracer), c1, c2, gg};
-    for (int i = 0; i < 6; i++)
-      g_object_add_weak_pointer(G_OBJECT(alive[i]), &alive[i]);
+    for (int i = 0; i < 6; i++) g_object_add_weak_pointer(G_OBJECT(alive[i]), &alive[i]);
     int exposed[3] = {0, 0, 0};
     for (int i = 3; i < 6; i++) {
-      g_signal_connect_after(alive[i], "expose-event", G_CALLBACK(+[](GtkWidget *, GdkEvent *,
-                             int *n) { return ++*n < 0; }), &exposed[i - 3]);
+      g_signal_connect_after(alive[i], "expose-event",
+                             G_CALLBACK(+[](GtkWidget *, GdkEvent *, int *n) { return ++*n < 0; }),
+                             &exposed[i - 3]);
       gtk_box_pack_start(GTK_BOX(box), GTK_WIDGET(alive[i]), TRUE, TRUE, 0);
     }
     /* Small, since encoding the pictures is most of a round's work.  The
@@ -56,8 +56,7 @@ void test_rounds() {
       drain();
     g_assert_true(exposed[0] && exposed[1] && exposed[2]);
     /* The test drops its data while the widgets still hold them. */
-    for (int i = 0; i < 3; i++)
-      g_object_unref(alive[i]);
+    for (int i = 0; i < 3; i++) g_object_unref(alive[i]);
     assert_starts(_kiv_get_png(c1), "\x89PNG");
     assert_starts(read_bytes(c2, "png"), "\x89PNG");
     /* The gauge has no picture properties: it paints into a surface of
@@ -70,8 +69,7 @@ void test_rounds() {
       cairo_surface_destroy(doc);
     }
     delete window;
-    for (gpointer o : alive)
-      g_assert_null(o);
+    for (gpointer o : alive) g_assert_null(o);
   }
 }
 

@@ -86,8 +86,7 @@ struct Stress {
 
   void produce(int id, uint64_t k) {
     double w = 0.5 * double(1 + k % 3), x[kCells], y[kCells], ws[kCells], gx[5], gy[5];
-    for (int i = 0; i < kCells; i++)
-      x[i] = i % 16 + 0.5, y[i] = i / 16 + 0.5, ws[i] = w;
+    for (int i = 0; i < kCells; i++) x[i] = i % 16 + 0.5, y[i] = i / 16 + 0.5, ws[i] = w;
     int b = int(k % kBins), n = id + 3;
     /* One entry at each of 0.5, 1.5, ... 15.5, and one in every cell of the map. */
     kiv_histogram_fill_n(h, x, ws, 16);
@@ -100,8 +99,7 @@ struct Stress {
     kiv_histogram_fill(KIV_HISTOGRAM(tracer), tagged(id + 1, ++traced[id]), 1.0);
     /* p + 2 points at 0, 0.5, 1 ... all of the value 4 g + p. */
     kiv_function_lock(KIV_FUNCTION(graph));
-    for (int i = 0; i < n; i++)
-      gx[i] = 0.5 * i, gy[i] = tagged(id + 1, generation + 1);
+    for (int i = 0; i < n; i++) gx[i] = 0.5 * i, gy[i] = tagged(id + 1, generation + 1);
     kiv_graph_reset(graph, n, gx, gy);
     generation++, resets++;
     kiv_function_unlock(KIV_FUNCTION(graph));
@@ -141,8 +139,7 @@ struct Stress {
     g_string_free(picture, TRUE);
     /* Shortening through "nx" empties the history; its handler takes no lock. */
     kiv_function_lock(t);
-    if ((s->length = (s->length + 1) % 3) == 0)
-      g_object_set(s->tracer, "nx", kLengths[0], NULL);
+    if ((s->length = (s->length + 1) % 3) == 0) g_object_set(s->tracer, "nx", kLengths[0], NULL);
     kiv_function_unlock(t);
     g_assert_true(s->length == 0 || kiv_function_resize(t, kLengths[s->length], 10) == 1);
     /* Whole batches only, whatever the binning, asked beyond the whole range. */
@@ -176,8 +173,7 @@ struct Stress {
     double tmax = 0, sum = 0, sum0 = 0, csum = 0, *n = NULL;
     for (int p = 0; p < kProducers; p++)
       tmax = traced[p] > 0 ? MAX(tmax, tagged(p + 1, traced[p])) : tmax;
-    for (int i = 0; i < KIV_FUNCTION(h)->nbin; i++)
-      sum += h->y[i], sum0 += h0->y[i];
+    for (int i = 0; i < KIV_FUNCTION(h)->nbin; i++) sum += h->y[i], sum0 += h0->y[i];
     kiv_assert_each({sum, histogram / 2.0}, {sum0, histogram / 2.0},
                     {kiv_histogram_entries(h), histogram / 2.0 + slot_weight});
     g_object_get(profile, "ntotal", &n, NULL);
@@ -185,8 +181,7 @@ struct Stress {
       kiv_assert_each({n[b], profile_bins[b] / 2.0},
                       {KIV_HISTOGRAM(profile)->y[b], n[b] > 0 ? b + 1.0 : 0});
     g_free(n);
-    for (int c = 0; c < kCells; c++)
-      csum += h2->y[c] == h2->y[0] ? h2->y[c] : G_MAXDOUBLE;
+    for (int c = 0; c < kCells; c++) csum += h2->y[c] == h2->y[0] ? h2->y[c] : G_MAXDOUBLE;
     /* The tracer's smallest value ever is producer 1's first, 4 + 1. */
     kiv_assert_each({KIV_HISTOGRAM(tracer)->stat->nc, double(tracer->npoints)},
                     {kiv_tracer_get_maximum(tracer), tmax}, {kiv_tracer_get_minimum(tracer), 5.0},
@@ -205,7 +200,8 @@ void test_all_at_once() {
   std::thread([limit = 60.0 + seconds] {
     g_usleep(gulong(limit * G_USEC_PER_SEC));
     g_printerr("\nWATCHDOG: test-stress did not finish within %.0f s: a deadlock or a livelock; "
-               "aborting\n", limit);
+               "aborting\n",
+               limit);
     abort();
   }).detach();
   Stress s;
@@ -214,27 +210,23 @@ void test_all_at_once() {
     gtk_table_attach_defaults(GTK_TABLE(table), s.w[i], i % 2, i % 2 + 1, i / 2, i / 2 + 1);
   kivtest::Toplevel shown(table, 640, 480);
   kiv_chart1d_sync_range(KIV_CHART1D(s.w[0]), TRUE);
-  for (int i = 0; i < 3; i++)
-    kiv_chart1d_monitor_start(KIV_CHART1D(s.w[i]), 10);
+  for (int i = 0; i < 3; i++) kiv_chart1d_monitor_start(KIV_CHART1D(s.w[i]), 10);
   guint source = g_timeout_add(5, Stress::operate, &s);
 
   std::vector<std::thread> threads;
   for (int id = 0; id < kProducers; id++)
     threads.emplace_back([&s, id] {
-      for (uint64_t k = 0; !s.done; k++)
-        s.produce(id, k);
+      for (uint64_t k = 0; !s.done; k++) s.produce(id, k);
     });
   gint64 end = g_get_monotonic_time() + gint64(seconds * G_USEC_PER_SEC);
-  while (g_get_monotonic_time() < end || s.ops < 24)
-    g_main_context_iteration(NULL, TRUE);
+  while (g_get_monotonic_time() < end || s.ops < 24) g_main_context_iteration(NULL, TRUE);
   s.done = true;
-  for (std::thread &t : threads)
-    t.join();
+  for (std::thread &t : threads) t.join();
   g_source_remove(source);
   s.verify();
   g_object_unref(s.h0);
-  for (gpointer o : {gpointer(s.h), gpointer(s.profile), gpointer(s.tracer), gpointer(s.graph),
-                     gpointer(s.h2)})
+  for (gpointer o :
+       {gpointer(s.h), gpointer(s.profile), gpointer(s.tracer), gpointer(s.graph), gpointer(s.h2)})
     g_object_unref(o);
 }
 
@@ -258,8 +250,11 @@ int main(int argc, char **argv) {
 #if defined(__SANITIZE_THREAD__)
 #include <dlfcn.h>
 #include <sanitizer/tsan_interface.h>
-#define GLIB(fn) \
-  ([] { static auto real = reinterpret_cast<decltype(&fn)>(dlsym(RTLD_NEXT, #fn)); return real; }())
+#define GLIB(fn)                                                                                   \
+  ([] {                                                                                            \
+    static auto real = reinterpret_cast<decltype(&fn)>(dlsym(RTLD_NEXT, #fn));                     \
+    return real;                                                                                   \
+  }())
 static void acquired(GMutex *m) { __tsan_mutex_pre_lock(m, 0), __tsan_mutex_post_lock(m, 0, 0); }
 static void released(GMutex *m) { __tsan_mutex_pre_unlock(m, 0), __tsan_mutex_post_unlock(m, 0); }
 extern "C" {
