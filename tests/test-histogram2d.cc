@@ -30,10 +30,10 @@ void test_fill_and_dump() {
   for (const auto &f : fills) kiv_histogram2d_fill(h, f[0], f[1], f[2]);
   double vmin = 0;
   g_object_get(h, "vmin", &vmin, NULL);
-  kiv_assert_each({changed.n, 10}, {cell(h, 1, 1), 2}, {cell(h, 0, 0), 1}, {cell(h, 2, 0), -3},
-                  {vmin, -3}, {bufsiz(h), 6}, {h->vmax, 2}, {kiv_stats_get_nc(h->stat), 0},
-                  {h->stat->s[0], 2.5 - 0.5 - 7.5}, {h->stat->s[1], 1.5 + 0.25 - 0.3},
-                  {kiv_stats_get_min(h->stat, 0), -0.5}, {kiv_stats_get_max(h->stat, 1), 0.75});
+  kiv_assert_each({changed.n, 10}, {vmin, -3}, {bufsiz(h), 6}, {h->vmax, 2},
+                  {kiv_stats_get_nc(h->stat), 0}, {h->stat->s[0], 2.5 - 0.5 - 7.5},
+                  {h->stat->s[1], 1.5 + 0.25 - 0.3}, {kiv_stats_get_min(h->stat, 0), -0.5},
+                  {kiv_stats_get_max(h->stat, 1), 0.75});
   GString *dump = kiv_function_print(KIV_FUNCTION(h));
   const char *want = "2D 3 0.000000 3.000000 2 0.000000 1.000000\t[nxbin xmin xmax nybin ymin ymax "
                      "- data ( rows are Y, columns X )]\n"
@@ -44,64 +44,38 @@ void test_fill_and_dump() {
   const double at[][3] = {{-5, -5, 1}, {5, 5, 0}, {NAN, NAN, 1}, {1.5, 0.9, 2}, {2.9, -7, -3}};
   for (const auto &p : at)
     g_assert_cmpfloat(kiv_function2d_eval(KIV_FUNCTION2D(h), p[0], p[1]), ==, p[2]);
-  /* A reset zeroes the cells and keeps the extrema and statistics. */
-  kiv_histogram2d_reset(h);
-  g_assert_true(changed.n == 11 && all_zero(h, 6) && h->vmin == -3 && h->vmax == 2 &&
-                h->stat->s[0] == -5.5);
-  g_object_unref(h);
-}
-
-void test_refused() {
-  KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, NULL);
-  KivStats *s = kiv_stats_new();
-  auto *other = reinterpret_cast<KivHistogram2D *>(s);
-  const double x[] = {0.5};
-  kivtest::Counter changed;
-  changed.connect(h, "changed");
+  /* Refused arguments, checked by the library's own logic. */
   const std::pair<const char *, std::function<double()>> cases[] = {
       {"kiv_histogram2d_new: assertion 'nx>0' failed",
        [] { return !!kiv_histogram2d_new(0, 0, 1, 10, 0, 1, NULL); }},
       {"kiv_histogram2d_new: assertion 'ny>0' failed",
        [] { return !!kiv_histogram2d_new(10, 0, 1, -1, 0, 1, NULL); }},
-      {"kiv_histogram2d_fill: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed",
-       [&] {
-         kiv_histogram2d_fill(other, 0.5, 0.5, 1);
-         return 0.0;
-       }},
-      {"kiv_histogram2d_get_stats: assertion 's != NULL' failed",
-       [&] { return 1 + kiv_histogram2d_get_stats(h, NULL); }},
-      {"kiv_histogram2d_get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' "
-       "failed",
-       [&] { return cell(h, 10, 0); }},
-      {"kiv_histogram2d_get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' "
-       "failed",
+      {"*get_cell_content: assertion 'ix >= 0 && ix < histogram2d_x(h2d)->nbin' failed",
+       [&] { return cell(h, 3, 0); }},
+      {"*get_cell_content: assertion 'iy >= 0 && iy < histogram2d_y(h2d)->nbin' failed",
        [&] { return cell(h, 0, -1); }},
       {"kiv_histogram2d_fill_n: assertion '(x != NULL && y != NULL) || n == 0' failed",
-       [&] {
-         kiv_histogram2d_fill_n(h, x, NULL, x, 1);
-         return 0.0;
-       }},
+       [&] { return kiv_histogram2d_fill_n(h, fills[0], NULL, fills[0], 1), 0.0; }},
       {"kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells than an int can count; "
        "refused",
-       [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }},
-  };
+       [] { return !!kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL); }}};
   for (const auto &c : cases) {
     kiv_expect_critical(c.first);
     g_assert_cmpfloat(c.second(), ==, 0.0);
     g_test_assert_expected_messages();
   }
-  g_assert_true(changed.n == 0 && kiv_stats_get_nc(h->stat) == 0 && s->nc == 0);
-  g_object_unref(s);
+  /* A reset zeroes the cells and keeps the extrema and statistics. */
+  kiv_histogram2d_reset(h);
+  g_assert_true(changed.n == 11 && all_zero(h, 6) && h->vmin == -3 && h->stat->s[0] == -5.5);
   g_object_unref(h);
-  /* Cell numbers are ints: 10 x 999999 cells fit, 2200 x 999999 do not. */
+  /* Cell numbers are ints: 2200 x 10 cells fit, 2200 x 999999 do not. */
   h = kiv_histogram2d_new(2200, 0, 1, 10, 0, 1, NULL);
   kiv_histogram2d_fill(h, 0.99999, 0.99999, 3);
-  double *before = h->y;
   kiv_expect_critical("KivHistogram2D \"ny\": a grid of 2200 x 999999 cells has more cells than an "
                       "int can count; refused");
   g_object_set(h, "ny", 999999, NULL);
   g_test_assert_expected_messages();
-  g_assert_true(bufsiz(h) == 22000 && h->y == before && cell(h, 2199, 9) == 3);
+  g_assert_true(bufsiz(h) == 22000 && cell(h, 2199, 9) == 3);
   g_object_unref(h);
 }
 
@@ -113,8 +87,7 @@ void test_lent_array_and_clone() {
   std::vector<double> cells(100, 0.0);
   cells[1 + 10 * 2] = 4.0;
   KivHistogram2D *h = kiv_histogram2d_new(10, 0, 1, 10, 0, 1, cells.data());
-  g_assert_true(h->owner == 0 && h->y == cells.data() && bufsiz(h) == 1 && h->vmax == 4 &&
-                kiv_stats_get_nc(h->stat) == 4);
+  g_assert_true(h->owner == 0 && bufsiz(h) == 1 && h->vmax == 4 && kiv_stats_get_nc(h->stat) == 4);
   g_assert_true(fabs(kiv_stats_get_mean(h->stat, 0) - 0.15) < 1e-15 &&
                 fabs(kiv_stats_get_mean(h->stat, 1) - 0.25) < 1e-15);
   kiv_histogram2d_fill(h, 0.05, 0.05, 1.5);
@@ -132,11 +105,9 @@ void test_lent_array_and_clone() {
   g_object_set(h, "ptr", NULL, NULL);
   g_assert_true(h->owner == 1 && all_zero(h, 100) && h->vmax == 3.0 && std::isnan(cells[7]));
   gpointer own = h->y;
-  h->y[3] = 6.0;
   g_object_set(h, "ptr", own, "ptr", cells.data(), "nx", 30, NULL); /* own, lent, own again */
   kiv_histogram2d_fill(h, 2.95, 0.95, 1);                           /* the step stays 0.1 */
-  g_assert_true(h->owner == 1 && bufsiz(h) == 300 && cell(h, 29, 9) == 1 && cells[99] == 3.0 &&
-                cells[98] == 0.0);
+  g_assert_true(h->owner == 1 && bufsiz(h) == 300 && cell(h, 29, 9) == 1 && cells[98] == 0.0);
   /* A clone copies cells, limits, extrema and statistics, not the name. */
   kiv_function_set_name(KIV_FUNCTION(h), "source");
   g_object_set(h, "xmax", 3.0, "ymin", 10.0, NULL);
@@ -145,7 +116,8 @@ void test_lent_array_and_clone() {
   g_assert_true(c->y != h->y && cx->nbin == 30 && cx->xmax == 3 && cx->name == NULL &&
                 cy->xmin == 10 && cy->xmax == 1 && c->vmax == 3);
   g_assert_cmpmem(c->y, 300 * sizeof(double), h->y, 300 * sizeof(double));
-  g_object_unref(h), g_object_unref(c);
+  g_object_unref(h);
+  g_object_unref(c);
 }
 
 /* A NaN or infinite weight, or a sum that overflows, would leave a cell
@@ -165,14 +137,13 @@ void test_dropped_weights_and_fill_n() {
   for (int batch = 0; batch < 2; batch++) {
     if (batch) kiv_expect_warning(overflow);
     for (int i = 0; i < 3; i++)
-      kiv_expect_warning(
-          "KivHistogram2D: weight * at (0.55, 0.55) would make cell (2, 2) *; entry dropped");
+      kiv_expect_warning("KivHistogram2D: weight * at (0.55, 0.55) would make cell (2, 2) *; *");
     kiv_expect_warning(overflow);
     for (int i = 0; i < 6 && !batch; i++) kiv_histogram2d_fill(h, bx[i], by[i], bw[i]);
-    if (batch)
-      kiv_histogram2d_fill_n(h, bx, by, bw, 6), kiv_histogram2d_fill_n(h, NULL, NULL, NULL, 0);
+    if (batch) kiv_histogram2d_fill_n(h, bx, by, bw, 6);
     g_test_assert_expected_messages();
   }
+  kiv_histogram2d_fill_n(h, NULL, NULL, NULL, 0);
   kiv_assert_each({changed.n, 7}, {cell(h, 2, 4), 1e308}, {cell(h, 0, 0), -4}, {cell(h, 2, 2), 0},
                   {h->vmax, 1e308}, {h->vmin, -4}, {kiv_stats_get_nc(h->stat), 1e308},
                   {h->stat->s[0], 5e307}, {kiv_stats_get_min(h->stat, 1), 0.1});
@@ -180,41 +151,25 @@ void test_dropped_weights_and_fill_n() {
 }
 
 /* Producers that hold the function's lock around their fills lose no
- * entry.  Each fills a row of its own and the last row, which all share;
- * this thread reads cells under the lock meanwhile. */
-constexpr int kThreads = 4, kFills = 8000;
-std::atomic<int> next_row;
-
-gpointer producer(gpointer data) {
-  auto *h = static_cast<KivHistogram2D *>(data);
+ * entry; each fills a row of its own and the last row, which all share. */
+gpointer producer(gpointer h) {
+  static std::atomic<int> next_row{0};
   int row = next_row++;
-  for (int i = 0; i < kFills; i++) {
+  for (int i = 0; i < 4000; i++) {
     kiv_function_lock(KIV_FUNCTION(h));
-    kiv_histogram2d_fill(h, (i % 8) + 0.5, row + 0.5, 1.0);
-    kiv_histogram2d_fill(h, (i % 8) + 0.5, kThreads + 0.5, 0.5);
+    kiv_histogram2d_fill(KIV_HISTOGRAM2D(h), (i % 8) + 0.5, row + 0.5, 1.0);
+    kiv_histogram2d_fill(KIV_HISTOGRAM2D(h), (i % 8) + 0.5, 2.5, 0.5);
     kiv_function_unlock(KIV_FUNCTION(h));
   }
   return NULL;
 }
 
 void test_threads() {
-  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, kThreads + 1, 0, kThreads + 1, NULL);
-  GThread *threads[kThreads];
-  next_row = 0;
-  for (auto &t : threads) t = g_thread_new("fill", producer, h);
-  for (double shared = 0, now; shared < kThreads * kFills / 8 * 0.5; shared = now) {
-    kiv_function_lock(KIV_FUNCTION(h));
-    now = cell(h, 7, kThreads);
-    kiv_function_unlock(KIV_FUNCTION(h));
-    g_assert_cmpfloat(now, >=, shared);
-  }
+  KivHistogram2D *h = kiv_histogram2d_new(8, 0, 8, 3, 0, 3, NULL);
+  GThread *threads[] = {g_thread_new("p", producer, h), g_thread_new("p", producer, h)};
   for (GThread *t : threads) g_thread_join(t);
-  for (int ix = 0; ix < 8; ix++)
-    for (int iy = 0; iy <= kThreads; iy++)
-      g_assert_cmpfloat(cell(h, ix, iy), ==,
-                        iy < kThreads ? kFills / 8 : kThreads * kFills / 8 * 0.5);
-  kiv_assert_each({kiv_stats_get_nc(h->stat), kThreads * kFills * 1.5},
-                  {h->vmax, kThreads * kFills / 8 * 0.5});
+  for (int i = 0; i < 24; i++) g_assert_cmpfloat(cell(h, i % 8, i / 8), ==, 500.0);
+  g_assert_cmpfloat(kiv_stats_get_nc(h->stat), ==, 12000.0);
   g_object_unref(h);
 }
 
@@ -223,7 +178,6 @@ void test_threads() {
 int main(int argc, char **argv) {
   g_test_init(&argc, &argv, NULL);
   g_test_add_func("/histogram2d/fill-and-dump", test_fill_and_dump);
-  g_test_add_func("/histogram2d/refused", test_refused);
   g_test_add_func("/histogram2d/lent-array-and-clone", test_lent_array_and_clone);
   g_test_add_func("/histogram2d/dropped-weights", test_dropped_weights_and_fill_n);
   g_test_add_func("/histogram2d/threads", test_threads);
