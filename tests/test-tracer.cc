@@ -72,9 +72,7 @@ void test_ring() {
   tr = kiv_tracer_new(3);
   fill(tr, {1, NAN, 2});
   g_assert_true(std::isnan(kiv_tracer_get_mean(tr)));
-  fill(tr, {3, INFINITY});
-  g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, INFINITY);
-  fill(tr, {1e308, 4, 5});
+  fill(tr, {3, INFINITY, 1e308, 4, 5});
   g_assert_cmpfloat(kiv_tracer_get_mean(tr), ==, (1e308 + 9) / 3);
   g_assert_true(fill(tr, {6}) == V({4, 5, 6}));
   assert_stats(tr, 3, 5.0, 1.0, INFINITY);
