@@ -204,12 +204,10 @@ void test_fill_n() {
     g_assert_cmpint(changed.n, ==, 2);
     fill_both(a, b, x, NULL);
     /* The bins found ahead for the next batch are those of the old range. */
-    g_object_set(b, "xmin", f->xmin - 0.25, NULL);
-    g_object_set(a, "xmin", f->xmin - 0.25, NULL);
+    for (KivHistogram *h : {b, a}) g_object_set(h, "xmin", f->xmin - 0.25, NULL);
     fill_both(a, b, x, w.data());
     fill_both(a, b, px, pw.data()); /* NaN and infinities poison sums in a particular way */
-    g_object_unref(a);
-    g_object_unref(b);
+    for (KivHistogram *h : {a, b}) g_object_unref(h);
   }
 }
 
