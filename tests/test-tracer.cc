@@ -57,11 +57,11 @@ void test_ring_resize_threads() {
   g_assert_cmpint(kiv_function_resize(f, 3, 0), ==, 1);
   g_assert_true(f->xmax == 3.0 && tr->index == 2 && tr->npoints == 3);
   assert_stats(tr, 5, 5.0, 1.0, 7.0);
-  g_assert_true(fill(tr, {8}) == V({6, 7, 8}) && kiv_tracer_get_mean(tr) == 30.0 / 5.0);
+  g_assert_true(fill(tr, {8, 9}) == V({7, 8, 9}) && kiv_tracer_get_mean(tr) == 33.0 / 5.0);
   /* Growing lays the history out oldest first and shows no place that
    * holds no value. */
   g_assert_cmpint(kiv_function_resize(f, 6, 0), ==, 1);
-  g_assert_true(fill(tr, {9, 10, 11, 12}) == V({7, 8, 9, 10, 11, 12}));
+  g_assert_true(fill(tr, {10, 11, 12}) == V({7, 8, 9, 10, 11, 12}));
   /* A new length from properties empties the ring and the history with
    * it; the extremes of all values filled stay.  "xmin" is fixed at 0. */
   g_object_set(tr, "xmin", 3.0, "xmax", 7.9, NULL);
