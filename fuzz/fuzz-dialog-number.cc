@@ -34,9 +34,7 @@ double sentinel() {
   return d;
 }
 
-bool same(double a, double b) {
-  return memcmp(&a, &b, sizeof a) == 0;
-}
+bool same(double a, double b) { return memcmp(&a, &b, sizeof a) == 0; }
 
 [[noreturn]] void fail(const char *what, const std::string &text, double got) {
   fprintf(stderr, "chart1d_get_double(\"%s\") = %.17g: %s\n", text.c_str(), got, what);
@@ -50,8 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     setlocale(LC_ALL, "de_DE.UTF-8");
     return newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
   }();
-  if (size == 0)
-    return 0;
+  if (size == 0) return 0;
   static const char kSpace[] = " \t\n\v\f\r";
   const std::string space = data[0] % 7 < 6 ? std::string(1, kSpace[data[0] % 7]) : "";
   const char *body = reinterpret_cast<const char *>(data) + 1;
@@ -59,10 +56,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const double def = sentinel();
   double got = chart1d_get_double(text.c_str(), def);
 
-#define CHECK(cond)                                                                   \
-  do {                                                                                \
-    if (!(cond))                                                                      \
-      fail(#cond, text, got);                                                         \
+#define CHECK(cond)                                                                                \
+  do {                                                                                             \
+    if (!(cond)) fail(#cond, text, got);                                                           \
   } while (0)
 
   char *end = NULL;
@@ -74,8 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   CHECK(same(chart1d_get_double((text + ";x").c_str(), def), got));
   CHECK(same(chart1d_get_double(text.c_str(), 1.5), none ? 1.5 : got));
 
-  if (size < 1 + sizeof(double))
-    return 0;
+  if (size < 1 + sizeof(double)) return 0;
   double d;
   memcpy(&d, data + 1, sizeof d);
   char buf[G_ASCII_DTOSTR_BUF_SIZE];

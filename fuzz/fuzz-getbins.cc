@@ -21,29 +21,24 @@ namespace {
 
 [[noreturn]] void fail(const char *what, float wmin, float wmax, int nold, float width_in,
                        float low, float high, int n, float width) {
-  fprintf(stderr,
-          "getbins(%.9g, %.9g, %d, width %.9g) -> low %.9g high %.9g n %d width %.9g: %s\n",
+  fprintf(stderr, "getbins(%.9g, %.9g, %d, width %.9g) -> low %.9g high %.9g n %d width %.9g: %s\n",
           wmin, wmax, nold, width_in, low, high, n, width, what);
   abort();
 }
 
 bool ordinary(float wmin, float wmax, int nold) {
-  if (!std::isfinite(wmin) || !std::isfinite(wmax) || !(wmin < wmax))
-    return false;
-  if (nold < 2 || nold > 1000)
-    return false;
+  if (!std::isfinite(wmin) || !std::isfinite(wmax) || !(wmin < wmax)) return false;
+  if (nold < 2 || nold > 1000) return false;
   double range = static_cast<double>(wmax) - wmin;
   double nominal = range / nold;
-  if (nominal > 1e30 || nominal < 1e-30)
-    return false;
+  if (nominal > 1e30 || nominal < 1e-30) return false;
   return range > fmax(fabs(wmin), fabs(wmax)) * 1e-2;
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size != 16)
-    return 0;
+  if (size != 16) return 0;
   float wmin, wmax, width_in;
   int32_t nold;
   memcpy(&wmin, data, 4);
@@ -55,18 +50,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   float low = NAN, high = NAN, width = width_in;
   int n = INT_MIN;
   getbins(wmin, wmax, nold, &low, &high, &n, &width);
-#define CHECK(cond)                                                                   \
-  do {                                                                                \
-    if (!(cond))                                                                      \
-      fail(#cond, wmin, wmax, nold, width_in, low, high, n, width);                   \
+#define CHECK(cond)                                                                                \
+  do {                                                                                             \
+    if (!(cond)) fail(#cond, wmin, wmax, nold, width_in, low, high, n, width);                     \
   } while (0)
 
   CHECK(!std::isnan(low) && !std::isnan(high));
   CHECK(std::isfinite(width) && width > 0.0f);
   CHECK(n != INT_MIN);
 
-  if (!ordinary(wmin, wmax, nold))
-    return 0;
+  if (!ordinary(wmin, wmax, nold)) return 0;
   double mant = width / pow(10.0, floor(log10(width) + 1e-6));
   CHECK(fabs(mant - 1) < 1e-5 || fabs(mant - 2) < 1e-5 || fabs(mant - 5) < 1e-5);
   double t = width * 1e-4 + fabs(low) * 2.5e-7;

@@ -17,16 +17,15 @@ namespace {
 
 [[noreturn]] void fail(const char *what, double vmin, double vmax, double scale, double m,
                        double e) {
-  fprintf(stderr, "get_order_of_magnitude(%.17g, %.17g, %.17g) -> (%.17g, %.17g): %s\n", vmin,
-          vmax, scale, m, e, what);
+  fprintf(stderr, "get_order_of_magnitude(%.17g, %.17g, %.17g) -> (%.17g, %.17g): %s\n", vmin, vmax,
+          scale, m, e, what);
   abort();
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size != 24)
-    return 0;
+  if (size != 24) return 0;
   double vmin, vmax, scale;
   memcpy(&vmin, data, 8);
   memcpy(&vmax, data + 8, 8);
@@ -34,10 +33,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
 
   double m = NAN, e = NAN;
   get_order_of_magnitude(vmin, vmax, scale, &m, &e);
-#define CHECK(cond)                                                                   \
-  do {                                                                                \
-    if (!(cond))                                                                      \
-      fail(#cond, vmin, vmax, scale, m, e);                                           \
+#define CHECK(cond)                                                                                \
+  do {                                                                                             \
+    if (!(cond)) fail(#cond, vmin, vmax, scale, m, e);                                             \
   } while (0)
 
   double value = vmax - vmin;
@@ -50,17 +48,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   /* The callers pass 3.  Scales far from that are held only to the
    * checks above: a scale near the smallest double makes the quotient of
    * the logarithm overflow (tests/test-regressions.cc). */
-  if (scale < 1e-3 || scale > 1e3)
-    return 0;
+  if (scale < 1e-3 || scale > 1e3) return 0;
   CHECK(std::isfinite(e));
   double q = e / scale;
   CHECK(fabs(q - nearbyint(q)) <= 1e-9 * fabs(q) + 1e-9);
-  if (value > 0.0)
-    CHECK(e >= 0.0);
-  if (value < 0.0)
-    CHECK(e <= 0.0);
-  if (value == 0.0)
-    CHECK(e == 0.0 && m == 0.0);
+  if (value > 0.0) CHECK(e >= 0.0);
+  if (value < 0.0) CHECK(e <= 0.0);
+  if (value == 0.0) CHECK(e == 0.0 && m == 0.0);
   double b = pow(10.0, e);
   if (std::isfinite(b) && b != 0.0 && std::isnormal(m) && std::isnormal(value))
     CHECK(fabs(m * b - value) <= 1e-12 * fabs(value));

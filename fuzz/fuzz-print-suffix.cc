@@ -47,16 +47,14 @@ std::string accepted(const std::string &name, const std::string &format) {
 }
 
 std::string with_case(std::string s, bool upper) {
-  for (char &c : s)
-    c = upper ? g_ascii_toupper(c) : g_ascii_tolower(c);
+  for (char &c : s) c = upper ? g_ascii_toupper(c) : g_ascii_tolower(c);
   return s;
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  if (size == 0)
-    return 0;
+  if (size == 0) return 0;
   const char *p = reinterpret_cast<const char *>(data) + 1;
   const char *end = reinterpret_cast<const char *>(data) + size;
   std::string format;
@@ -71,26 +69,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const char *nul = static_cast<const char *>(memchr(p, 0, end - p));
   std::string name(p, nul != NULL ? nul : end);
 
-#define CHECK(cond)                                                                   \
-  do {                                                                                \
-    if (!(cond))                                                                      \
-      fail(#cond, name, format);                                                      \
+#define CHECK(cond)                                                                                \
+  do {                                                                                             \
+    if (!(cond)) fail(#cond, name, format);                                                        \
   } while (0)
 
   int verdict = check(name, format);
   CHECK(verdict == KIV_SUFFIX_FITS || verdict == KIV_SUFFIX_MISSING || verdict == KIV_SUFFIX_WRONG);
   size_t dot = name.rfind('.');
   CHECK((verdict == KIV_SUFFIX_MISSING) == (dot == std::string::npos));
-  if (dot != std::string::npos)
-    CHECK(check(name.substr(dot), format) == verdict);
+  if (dot != std::string::npos) CHECK(check(name.substr(dot), format) == verdict);
   CHECK(check(with_case(name, true), format) == verdict &&
         check(with_case(name, false), format) == verdict);
 
   const std::string suffix = format.find("jpeg") != std::string::npos ? "jpg" : format;
   std::string longer = appended(name, format);
   CHECK(longer == name + "." + suffix);
-  if (!known)
-    return 0;
+  if (!known) return 0;
 
   CHECK(check(longer, format) == KIV_SUFFIX_FITS);
   std::string once = accepted(name, format);
