@@ -157,11 +157,192 @@ static void test_keys(void) {
       "Key 97 61\nKey 65289 ff09\n", NULL);
 }
 
+/* Following is off, on, or on and waiting for a main function. */
+static void test_sync(void) {
+  KivHistogram *hist = ramp_histogram(10, 0.0, 10.0);
+  KivFunction *f = KIV_FUNCTION(hist), *g = kiv_function_new(10, 0.0, 1.0, NULL);
+  KivChart1D *h = KIV_CHART1D(g_object_ref_sink(kiv_chart1d_new(f)));
+  g_assert_cmpint(h->sync_id, ==, -1);
+  kiv_chart1d_sync_range(h, TRUE);
+  kiv_chart1d_sync_range(h, TRUE);
+  kiv_histogram_rebin(hist, 20, -1.0, 1.0);
+  kiv_assert_each({h->xmin, -1.0}, {h->xmax, 1.0});
+  /* Asked twice, connected once: one "off" ends it. */
+  kiv_chart1d_sync_range(h, FALSE);
+  g_assert_cmpint(h->sync_id, ==, -1);
+  g_object_set(f, "xmin", -4.0, NULL);
+  kiv_assert_each({h->xmin, -1.0});
+  /* After the curves are removed the next function is followed, unless
+   * following is turned off meanwhile. */
+  kiv_chart1d_sync_range(h, TRUE);
+  kiv_chart1d_remove_curves(h);
+  g_object_set(f, "xmin", -5.0, NULL);
+  kiv_chart1d_add_curve(h, g);
+  g_object_set(g, "xmax", 3.0, NULL);
+  kiv_assert_each({h->xmin, 0.0}, {h->xmax, 3.0});
+  kiv_chart1d_remove_curves(h);
+  kiv_chart1d_sync_range(h, FALSE);
+  kiv_chart1d_add_curve(h, f);
+  g_object_set(f, "xmin", -6.0, NULL);
+  kiv_assert_each({h->xmin, -5.0});
+  /* Asked without a function: GLib refuses the connection, the request
+   * stands. */
+  kiv_chart1d_remove_curves(h);
+  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_WARNING, "invalid (NULL) pointer instance");
+  g_test_expect_message("GLib-GObject", G_LOG_LEVEL_CRITICAL, "*G_TYPE_CHECK_INSTANCE*");
+  kiv_chart1d_sync_range(h, TRUE);
+  g_test_assert_expected_messages();
+  kiv_chart1d_add_curve(h, g);
+  g_object_set(g, "xmin", -3.0, NULL);
+  kiv_assert_each({h->xmin, -3.0});
+  kiv_expect_critical("kiv_chart1d_sync_range: assertion 'KIV_IS_CHART1D(h)' failed");
+  kiv_chart1d_sync_range(reinterpret_cast<KivChart1D *>(g), TRUE);
+  g_test_assert_expected_messages();
+  g_object_unref(h);
+  g_object_set(g, "xmin", -2.0, NULL);
+  g_object_unref(g);
+  g_object_unref(hist);
+}
+
+namespace {
+
+/* Holds a chart's canvas until told to let go, as a long redraw does. */
+struct Holder {
+  GMutex *canvas, lock;
+  GCond cond;
+  bool go = false;
+  GThread *t;
+  explicit Holder(KivCanvas *c) : canvas(&c->mutex) {
+    g_mutex_init(&lock);
+    g_cond_init(&cond);
+    t = g_thread_new("holder", [](gpointer p) -> gpointer {
+      Holder *h = static_cast<Holder *>(p);
+      g_mutex_lock(h->canvas);
+      g_mutex_lock(&h->lock);
+      /* A tick that waited for the canvas would block the test, which
+       * lets go only later: after 3 seconds the holder gives up. */
+      gint64 end = g_get_monotonic_time() + 3 * G_USEC_PER_SEC;
+      while (!h->go && g_cond_wait_until(&h->cond, &h->lock, end))
+        ;
+      g_mutex_unlock(&h->lock);
+      g_mutex_unlock(h->canvas);
+      return NULL;
+    }, this);
+    while (g_mutex_trylock(canvas))
+      g_mutex_unlock(canvas);
+  }
+  ~Holder() {
+    g_mutex_lock(&lock);
+    go = true;
+    g_cond_signal(&cond);
+    g_mutex_unlock(&lock);
+    g_thread_join(t);
+  }
+};
+
+} // namespace
+
+static void test_monitor(void) {
+  Ramp r;
+  KivChart1D *h = r.h;
+  Exposes ex(h);
+  kiv_chart1d_monitor_stop(h);
+  g_assert_cmpint(h->tmout, ==, -1);
+  /* Started twice: one timer, of the second period. */
+  kiv_chart1d_monitor_start(h, 100000);
+  guint first = h->tmout;
+  kiv_chart1d_monitor_start(h, 10);
+  g_assert_null(g_main_context_find_source_by_id(NULL, first));
+  ex.wait_for(3);
+  /* Ticks while the canvas is held are skipped, not waited for. */
+  kiv_chart1d_monitor_stop(h);
+  drain();
+  {
+    Holder hold(r.c);
+    kiv_chart1d_monitor_start(h, 5);
+    int before = ex.n;
+    spin(100);
+    g_assert_cmpint(ex.n, ==, before);
+  }
+  ex.wait_for(1);
+  guint id = h->tmout;
+  kiv_chart1d_monitor_stop(h);
+  g_assert_cmpint(h->tmout, ==, -1);
+  g_assert_null(g_main_context_find_source_by_id(NULL, id));
+}
+
+/* A producer fills from its own thread while the timer refreshes the
+ * chart: what the chart shows changes while it runs, and no fill is lost. */
+static void test_monitor_producer(void) {
+  KivHistogram *hist = kiv_histogram_new(50, 0.0, 10.0, NULL);
+  Shown s(KIV_FUNCTION(hist), 300, 200);
+  kiv_chart1d_show_stats(s.chart, TRUE);
+  Exposes ex(s.chart);
+  drain();
+  auto shown = [&] {
+    cairo_surface_t *surface = s.chart->cnvs->surface;
+    return std::string(reinterpret_cast<const char *>(cairo_image_surface_get_data(surface)),
+                       cairo_image_surface_get_stride(surface) * 200);
+  };
+  std::string empty = shown();
+  struct Producer {
+    KivHistogram *hist;
+    std::atomic<bool> stop{false};
+    int filled = 0;
+  } p{hist};
+  kiv_chart1d_monitor_start(s.chart, 20);
+  GThread *t = g_thread_new("producer", [](gpointer d) -> gpointer {
+    Producer *p = static_cast<Producer *>(d);
+    for (; !p->stop; p->filled++) {
+      kiv_histogram_fill(p->hist, (p->filled % 100) / 10.0, 1.0);
+      if (p->filled % 64 == 0)
+        g_usleep(100);
+    }
+    return NULL;
+  }, &p);
+  ex.wait_for(3);
+  std::string early = shown();
+  ex.wait_for(3);
+  std::string later = shown();
+  p.stop = true;
+  g_thread_join(t);
+  kiv_chart1d_monitor_stop(s.chart);
+  g_assert_true(empty != early && early != later);
+  g_assert_cmpfloat(kiv_histogram_entries(hist), ==, p.filled);
+  g_object_unref(hist);
+}
+
+/* A chart destroyed with its timer running, its range followed and its
+ * menu open leaves nothing behind that could call into it. */
+static void test_destroy_live(void) {
+  KivHistogram *hist = ramp_histogram(10, 0.0, 10.0);
+  Shown *s = new Shown(KIV_FUNCTION(hist), 300, 200);
+  KivChart1D *h = s->chart;
+  kiv_chart1d_monitor_start(h, 5);
+  kiv_chart1d_sync_range(h, TRUE);
+  guint id = h->tmout;
+  gpointer chart_alive = h, menu_alive = open_menu(h);
+  g_object_add_weak_pointer(G_OBJECT(h), &chart_alive);
+  g_object_add_weak_pointer(G_OBJECT(menu_alive), &menu_alive);
+  spin(30);
+  delete s;
+  g_assert_null(chart_alive);
+  g_assert_null(menu_alive);
+  g_assert_null(g_main_context_find_source_by_id(NULL, id));
+  kiv_histogram_rebin(hist, 5, 0.0, 1.0);
+  spin(30);
+  g_object_unref(hist);
+}
+
 int main(int argc, char **argv) {
   kivtest::init(&argc, &argv);
   add_widget_test("/chart1d-interaction/pointer", test_pointer);
   add_widget_test("/chart1d-interaction/zoom", test_zoom);
   add_widget_test("/chart1d-interaction/zoom-log", test_zoom_log);
   add_widget_test("/chart1d-interaction/keys", test_keys);
+  add_widget_test("/chart1d-interaction/sync", test_sync);
+  add_widget_test("/chart1d-interaction/monitor", test_monitor);
+  add_widget_test("/chart1d-interaction/monitor-producer", test_monitor_producer);
+  add_widget_test("/chart1d-interaction/destroy-live", test_destroy_live);
   return g_test_run();
 }
