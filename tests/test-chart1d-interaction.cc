@@ -3,6 +3,7 @@
  * every dialog it runs, answered from the test so that colours really
  * change, histograms are really rebinned and files really written. */
 #include "kiv-test.h"
+#include "kivchart1d-private.h"
 
 #include <gdk/gdkkeysyms.h>
 
@@ -17,7 +18,9 @@ using namespace kivtest;
 
 namespace {
 
-#define assert_text(got, want) g_assert_cmpstr(std::string(got).c_str(), ==, std::string(want).c_str())
+void assert_text(const std::string &got, const std::string &want) {
+  g_assert_cmpstr(got.c_str(), ==, want.c_str());
+}
 
 /* Counts the redraws of the whole chart; a part of the window uncovered by
  * another program's window is not one. */
@@ -266,13 +269,471 @@ static void test_destroy_live(void) {
   g_object_unref(hist);
 }
 
+namespace {
+
+double ramp(double x) {
+  return x;
+}
+
+/* A menu as text: labels, "-" for a separator, "+" or " " before a check
+ * item that is on or off, a submenu's items in brackets. */
+std::string menu_text(GtkWidget *menu) {
+  std::string out;
+  GList *items = gtk_container_get_children(GTK_CONTAINER(menu));
+  for (GList *l = items; l != NULL; l = l->next) {
+    GtkWidget *item = GTK_WIDGET(l->data), *sub = gtk_menu_item_get_submenu(GTK_MENU_ITEM(item));
+    out += (l == items ? "" : "|") + std::string(GTK_IS_SEPARATOR_MENU_ITEM(item) ? (gtk_widget_is_sensitive(item) ? "live" : "-")
+           : !GTK_IS_CHECK_MENU_ITEM(item) ? "" : gtk_check_menu_item_get_active(GTK_CHECK_MENU_ITEM(item)) ? "+" : " ") + item_label(item);
+    if (sub != NULL)
+      out += "(" + menu_text(sub) + ")";
+  }
+  g_list_free(items);
+  return out;
+}
+
+/* The labels and entries of a dialog's content area, entries as "[text]". */
+std::string fields(GtkWidget *dialog, std::vector<GtkWidget *> *entries) {
+  std::string out;
+  GList *kids = gtk_container_get_children(GTK_CONTAINER(gtk_dialog_get_content_area(GTK_DIALOG(dialog))));
+  for (GList *l = kids; l != NULL; l = l->next)
+    if (GTK_IS_LABEL(l->data))
+      out += std::string(gtk_label_get_text(GTK_LABEL(l->data))) + " ";
+    else if (GTK_IS_ENTRY(l->data))
+      out += "[" + std::string(gtk_entry_get_text(GTK_ENTRY(l->data))) + "] ", entries->push_back(GTK_WIDGET(l->data));
+  g_list_free(kids);
+  return out;
+}
+
+/* The range dialog of an axis: its fields checked when want is given,
+ * then answered with texts for its entries. */
+void change_range(KivChart1D *h, const char *axis, std::vector<std::string> texts,
+                  const char *want = NULL, int response = GTK_RESPONSE_ACCEPT) {
+  DialogScript ds;
+  ds.then(axis[0] == 'X' ? "Set the X axis range" : "Set the Y axis range", [&](GtkWidget *d) {
+    std::vector<GtkWidget *> entries;
+    std::string f = fields(d, &entries);
+    if (want != NULL)
+      assert_text(f, want);
+    for (size_t i = 0; i < texts.size(); i++)
+      gtk_entry_set_text(GTK_ENTRY(entries.at(i)), texts[i].c_str());
+    respond_later(d, response);
+  });
+  choose(h, {axis, "Change range..."});
+}
+
+/* A folder of its own made the current one, so that names without a
+ * folder land there; its sorted listing. */
+struct TempDir {
+  gchar *path = g_dir_make_tmp("kiv-interaction-XXXXXX", NULL), *old = g_get_current_dir();
+  TempDir() { g_assert_cmpint(chdir(path), ==, 0); }
+  ~TempDir() {
+    g_assert_cmpint(chdir(old), ==, 0);
+    g_assert_cmpint(system(("rm -rf '" + std::string(path) + "'").c_str()), ==, 0);
+    g_free(path);
+    g_free(old);
+  }
+  std::string listing() const {
+    std::vector<std::string> names;
+    GDir *d = g_dir_open(path, 0, NULL);
+    while (const char *n = g_dir_read_name(d))
+      names.push_back(n);
+    g_dir_close(d);
+    std::sort(names.begin(), names.end());
+    std::string out;
+    for (auto &n : names)
+      out += n + " ";
+    return out;
+  }
+};
+
+std::string contents(const char *file) {
+  gchar *data = NULL;
+  gsize len = 0;
+  std::string s = g_file_get_contents(file, &data, &len, NULL) ? std::string(data, len) : "<missing>";
+  g_free(data);
+  return s;
+}
+
+/* Answers a save dialog with a name and, for a picture, a format. */
+DialogScript::Action save_as(std::string name, std::string format = "") {
+  return [name, format](GtkWidget *d) {
+    gtk_entry_set_text(GTK_ENTRY(find_one(d, GTK_TYPE_ENTRY)), name.c_str());
+    std::vector<GtkWidget *> combos;
+    find_all(d, GTK_TYPE_COMBO_BOX, &combos);
+    g_assert_cmpuint(combos.size(), ==, format.empty() ? 0 : 1);
+    const char *formats[] = {"png", "jpeg", "pdf", "svg", "eps"};
+    for (int i = 0; !format.empty(); i++) {
+      gtk_combo_box_set_active(GTK_COMBO_BOX(combos[0]), i);
+      gchar *f = gtk_combo_box_text_get_active_text(GTK_COMBO_BOX_TEXT(combos[0]));
+      assert_text(f, formats[i]);
+      g_free(f);
+      if (format == formats[i])
+        break;
+    }
+    respond_later(d, GTK_RESPONSE_ACCEPT);
+  };
+}
+
+void save(KivChart1D *h, const char *item, std::string name, std::string format = "") {
+  DialogScript ds;
+  ds.then(format.empty() ? "Save Histogram as text" : "Save Histogram image", save_as(name, format));
+  choose(h, {item});
+}
+
+/* Presses a save dialog's browse button and cancels the file chooser,
+ * which leaves the default name; the dialog is then accepted. */
+void browse_and_cancel(KivChart1D *h, const char *dialog, const char *item, const char *chooser,
+                       const char *name) {
+  DialogScript ds;
+  GtkWidget *first = NULL;
+  ds.then(dialog, [&](GtkWidget *d) {
+      std::vector<GtkWidget *> buttons;
+      find_all(d, GTK_TYPE_BUTTON, &buttons);
+      for (GtkWidget *b : buttons)
+        if (g_strcmp0(gtk_button_get_label(GTK_BUTTON(b)), GTK_STOCK_OPEN) == 0)
+          click_later(b);
+      first = d;
+    }).then(chooser, [&](GtkWidget *d) {
+      /* The save dialog is answered again once the chooser is gone. */
+      g_signal_connect_swapped(d, "destroy", G_CALLBACK(+[](GObject *o) {
+        g_object_set_data(o, "kivtest-answered", NULL);
+      }), first);
+      respond_later(d, GTK_RESPONSE_CANCEL);
+    }).then(dialog, [name](GtkWidget *d) {
+      assert_text(gtk_entry_get_text(GTK_ENTRY(find_one(d, GTK_TYPE_ENTRY))), name);
+      respond_later(d, GTK_RESPONSE_ACCEPT);
+    });
+  choose(h, {item});
+}
+
+} // namespace
+
+static void test_get_double(void) {
+  struct {
+    const char *text;
+    double want;
+  } cases[] = {{"1.5", 1.5}, {"  -2e3 and more", -2000.0}, {"\t1e308", 1e308}, {"12,5", 12.0},
+               {"", 7.0}, {"abc", 7.0}, {"-", 7.0}, {"1e400", 7.0}, {"-1e400", 7.0},
+               {"1e-400", 7.0}, {NULL, 7.0}, {"inf", INFINITY}};
+  for (auto &k : cases)
+    g_assert_cmpfloat(chart1d_get_double(k.text, 7.0), ==, k.want);
+}
+
+/* The menu of two charts: items in order, check items showing the chart's
+ * flags, the item table pointing at the chart whose menu was built last;
+ * then each setting item changes exactly its setting and the chart is
+ * redrawn; every menu used is gone. */
+static void test_menu(void) {
+  Ramp a, b;
+  kiv_chart1d_logx(a.h, TRUE);
+  kiv_chart1d_show_stats(a.h, TRUE);
+  for (Ramp *r : {&a, &b}) {
+    GtkWidget *menu = open_menu(r->h);
+    std::string on = r == &a ? "+" : " ";
+    assert_text(menu_text(menu), "Print...|Save as text...|-|colors(Foreground...|Background...|"
+                "Axis...|Curve...)|-|X axis...(down|middle|top|none|-|Change range...)|Y axis..."
+                "(left|middle|right|none|-|Change range...)|-|" + on + "Show stats| filled|" + on + "log(x)| log(y)");
+    for (int i = 0; i < LAST_C; i++)
+      kiv_assert_each({itmData[i].item, i}, {itmData[i].kiv == r->h, 1});
+    gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
+  }
+  KivChart1D *h = b.h;
+  Exposes ex(h);
+  struct {
+    const char *submenu, *label;
+    guint attr;
+    unsigned long drawaxis;
+  } cases[] = {{NULL, "filled", 1, 0x11}, {NULL, "log(x)", 3, 0x11}, {NULL, "log(y)", 7, 0x11},
+               {NULL, "Show stats", 15, 0x11}, {NULL, "log(x)", 13, 0x11}, {"X axis...", "top", 13, 0x14},
+               {"X axis...", "middle", 13, 0x12}, {"X axis...", "none", 13, 0x10}, {"X axis...", "down", 13, 0x11},
+               {"Y axis...", "right", 13, 0x41}, {"Y axis...", "middle", 13, 0x21}, {"Y axis...", "none", 13, 0x01},
+               {"Y axis...", "left", 13, 0x11}};
+  for (auto &k : cases) {
+    drain();
+    int n = ex.n;
+    k.submenu != NULL ? choose(h, {k.submenu, k.label}) : choose(h, {k.label});
+    kiv_assert_each({h->attr, k.attr}, {h->drawaxis, k.drawaxis});
+    ex.wait_for(1, n);
+  }
+  std::vector<GtkWidget *> menus;
+  auto count_menus = [&] {
+    menus.clear();
+    GList *tops = gtk_window_list_toplevels();
+    for (GList *l = tops; l != NULL; l = l->next)
+      find_all(GTK_WIDGET(l->data), GTK_TYPE_MENU, &menus);
+    g_list_free(tops);
+    return menus.size();
+  };
+  drain();
+  g_assert_cmpuint(count_menus(), ==, 0);
+  /* A menu never closed goes with the next press. */
+  gpointer menu = open_menu(h);
+  g_object_add_weak_pointer(G_OBJECT(menu), &menu);
+  gtk_menu_popdown(GTK_MENU(menu));
+  open_menu(h);
+  g_assert_null(menu);
+  g_assert_cmpuint(count_menus(), ==, 4);
+}
+
+static void test_colors(void) {
+  Ramp r;
+  const char *names[] = {"Foreground", "Background", "Axis", "Curve"};
+  GdkColor pick = {0, 0x1234, 0x5678, 0x9abc};
+  for (int i = 0; i < 4; i++) {
+    GdkColor old = r.h->colors[i];
+    for (const char *button : {"cancel-button", "ok-button"}) {
+      DialogScript ds;
+      ds.then(("Choose " + std::string(g_ascii_strdown(names[i], -1)) + " color").c_str(), [&](GtkWidget *d) {
+        GtkWidget *sel = NULL, *b = NULL;
+        g_object_get(d, "color-selection", &sel, button, &b, NULL);
+        GdkColor cur, prev;
+        gtk_color_selection_get_current_color(GTK_COLOR_SELECTION(sel), &cur);
+        gtk_color_selection_get_previous_color(GTK_COLOR_SELECTION(sel), &prev);
+        g_assert_true(gdk_color_equal(&cur, &old) && gdk_color_equal(&prev, &old));
+        g_assert_true(gtk_color_selection_get_has_palette(GTK_COLOR_SELECTION(sel)));
+        g_assert_cmpuint(gtk_container_get_border_width(GTK_CONTAINER(sel)), ==, 10);
+        gtk_color_selection_set_current_color(GTK_COLOR_SELECTION(sel), &pick);
+        click_later(b);
+        g_object_unref(sel);
+        g_object_unref(b);
+      });
+      choose(r.h, {"colors", (names[i] + std::string("...")).c_str()});
+      g_assert_true(gdk_color_equal(&r.h->colors[i], button[0] == 'c' ? &old : &pick));
+    }
+  }
+  GdkPixbuf *pb = read_pixmap(r.h);
+  assert_rgb(pb, 300, 2, {0x12, 0x56, 0x9a});
+  g_object_unref(pb);
+}
+
+/* 100 bins rebinned to 50 over 0 to 10, typed as 10 and 0; a chart that
+ * follows the histogram takes the new range.  Bin counts that are no
+ * number, or beyond any int, are passed on and refused by the histogram. */
+static void test_range_rebin(void) {
+  in_subprocess([] {
+    KivHistogram *hist = ramp_histogram(100, 0.0, 100.0);
+    KivFunction *f = KIV_FUNCTION(hist);
+    Shown s(f, 300, 200), follower(f, 300, 200);
+    kiv_chart1d_sync_range(follower.chart, TRUE);
+    change_range(s.chart, "X axis...", {"50", "10", "0"}, "N. bin [100] X min [] X max [] ");
+    kiv_assert_each({f->nbin, 50}, {f->xmin, 0.0}, {f->xmax, 10.0}, {s.chart->xmin, 0.0},
+                    {s.chart->xmax, 10.0}, {follower.chart->xmax, 10.0});
+    change_range(s.chart, "X axis...", {"many", "0", "20"});
+    kiv_expect_warning("kiv_histogram_rebin: 2147483647 bins is more than 999999; keeping 50 bins");
+    change_range(s.chart, "X axis...", {"99999999999999", "0", "30"});
+    g_test_assert_expected_messages();
+    kiv_assert_each({f->nbin, 50}, {f->xmax, 30.0});
+    g_object_unref(hist);
+  }, "**New numnber of bins: 50\n**New numnber of bins: 0\n**New numnber of bins: 2147483647\n", NULL);
+}
+
+/* The "N. bin" field is there for the X axis of a single histogram only.
+ * Without it the function's own range changes, and the chart's: bad
+ * numbers read as 0, swapped limits are put in order; limits that end up
+ * equal, or are not finite, change nothing. */
+static void test_ranges(void) {
+  Ramp r;
+  KivFunction *fn = kiv_function_new(10, 0.0, 10.0, ramp);
+  change_range(r.h, "Y axis...", {"30", "-10"}, "Y min [] Y max [] ");
+  kiv_assert_each({r.c->ymin, -10.0}, {r.c->ymax, 30.0}, {r.c->fixed, 1});
+  change_range(r.h, "Y axis...", {"x", "y"});
+  kiv_assert_each({r.c->ymin, -10.0}, {r.c->ymax, 30.0});
+  kiv_chart1d_add_curve(r.h, fn);
+  change_range(r.h, "X axis...", {}, "X min [] X max [] ", GTK_RESPONSE_REJECT);
+  kiv_chart1d_remove_curves(r.h);
+  kiv_chart1d_add_curve(r.h, fn);
+  struct {
+    const char *lo, *hi;
+    double want_lo, want_hi;
+  } cases[] = {{"8", "2", 2.0, 8.0}, {"abc", "4", 0.0, 4.0}, {"", "-3", -3.0, 0.0}, {"5", "5", -3.0, 0.0},
+               {"1e400", "7", 0.0, 7.0}, {" 1.5e2xyz", "-1e308", -1e308, 150.0}, {"nan", "3", -1e308, 150.0},
+               {"-inf", "3", -1e308, 150.0}};
+  for (auto &k : cases) {
+    change_range(r.h, "X axis...", {k.lo, k.hi}, k.lo[0] == '8' ? "X min [] X max [] " : NULL);
+    kiv_assert_each({fn->xmin, k.want_lo}, {fn->xmax, k.want_hi}, {r.h->xmin, k.want_lo}, {r.h->xmax, k.want_hi});
+  }
+  change_range(r.h, "X axis...", {"1", "2"}, NULL, GTK_RESPONSE_REJECT);
+  kiv_assert_each({fn->xmax, 150.0});
+  /* A chart without functions still shows the range given. */
+  kiv_chart1d_remove_curves(r.h);
+  change_range(r.h, "X axis...", {"-4", "4"});
+  kiv_assert_each({r.h->xmin, -4.0}, {r.h->xmax, 4.0});
+  g_object_unref(fn);
+}
+
+/* The suffix rules of "Print...", with the questions they ask. */
+static void test_print(void) {
+  Ramp r;
+  TempDir dir;
+  struct {
+    const char *name, *format, *question;
+    int answer;
+    const char *file, *magic;
+  } cases[] = {
+      {"plot", "pdf", "The file does not have a suffix.\nDo you want me to add the right one ? ", GTK_RESPONSE_ACCEPT, "plot.pdf", "%PDF-"},
+      {"plot", "jpeg", "", GTK_RESPONSE_ACCEPT, "plot.jpg", "\xff\xd8\xff"},
+      {"plot", "eps", "", GTK_RESPONSE_REJECT, "plot", "%!PS"},
+      {"plot.JPG", "png", NULL, 0, "plot.JPG", "\x89PNG"},
+      {"plot.Svg", "svg", NULL, 0, "plot.Svg", "<?xml"},
+      {"plot.txt", "svg", "The file does not have or have the wrong\nsuffix. Do you want me to add the right one ? ", GTK_RESPONSE_ACCEPT, "plot.txt.svg", "<?xml"},
+      {"plot.ps", "eps", "", GTK_RESPONSE_REJECT, "plot.ps", "%!PS"},
+  };
+  for (auto &k : cases) {
+    {
+      DialogScript ds;
+      ds.then("Save Histogram image", save_as(k.name, k.format));
+      if (k.question != NULL)
+        ds.then(strchr(k.name, '.') ? "No or wrong file suffix" : "No file suffix", [&k](GtkWidget *d) {
+          std::vector<GtkWidget *> none;
+          if (*k.question)
+            assert_text(fields(d, &none), k.question);
+          respond_later(d, k.answer);
+        });
+      choose(r.h, {"Print..."});
+    }
+    assert_text(contents(k.file).substr(0, strlen(k.magic)), k.magic);
+    unlink(k.file);
+  }
+  /* Cancelled: nothing written; the dialog starts empty and at "png". */
+  {
+    DialogScript ds;
+    ds.then("Save Histogram image", [](GtkWidget *d) {
+      gchar *f = gtk_combo_box_text_get_active_text(GTK_COMBO_BOX_TEXT(find_one(d, GTK_TYPE_COMBO_BOX)));
+      assert_text(std::string(f) + gtk_entry_get_text(GTK_ENTRY(find_one(d, GTK_TYPE_ENTRY))), "png");
+      g_free(f);
+      gtk_entry_set_text(GTK_ENTRY(find_one(d, GTK_TYPE_ENTRY)), "never.png");
+      respond_later(d, GTK_RESPONSE_REJECT);
+    });
+    choose(r.h, {"Print..."});
+  }
+  assert_text(dir.listing(), "");
+  browse_and_cancel(r.h, "Save Histogram image", "Print...", "Open file", "histogram.png");
+  assert_text(contents("histogram.png").substr(0, 4), "\x89PNG");
+}
+
+static void test_print_unwritable(void) {
+  in_subprocess([] {
+    Ramp r;
+    save(r.h, "Print...", "/nonexistent-dir/plot.png", "png");
+  }, "Cannot open /nonexistent-dir/plot.png for writing\n", NULL);
+}
+
+static double wave(double x, double y) {
+  return x + 10 * y;
+}
+
+/* All curves side by side, or the two-dimensional dump of a 2D function;
+ * curves of different binnings have no common table, and nothing is
+ * written, not even an empty file; nor where a file cannot be opened. */
+static void test_as_text(void) {
+  KivFunction *fa = kiv_function_new(5, 0.0, 5.0, ramp), *coarse = kiv_function_new(2, 0.0, 5.0, ramp);
+  KivFunction2D *f2 = kiv_function2d_new(3, 0.0, 3.0, 2, 0.0, 2.0, wave);
+  KivHistogram *hist = ramp_histogram(5, 0.0, 5.0);
+  Shown three(KIV_FUNCTION(hist), 300, 200), flat(KIV_FUNCTION(f2), 300, 200);
+  KivChart1D *h = three.chart;
+  kiv_chart1d_add_curve(h, fa);
+  TempDir dir;
+  save(h, "Save as text...", "curves.dat.x");
+  save(flat.chart, "Save as text...", "map");
+  assert_text(contents("curves.dat.x"), "1D 5 0.000000 5.000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\t"
+              "\"Function_1\"\n0.500000\t1.000000\t0.500000\n1.500000\t2.000000\t1.500000\n2.500000\t"
+              "3.000000\t2.500000\n3.500000\t4.000000\t3.500000\n4.500000\t5.000000\t4.500000\n");
+  assert_text(contents("map"), "2D 3 0.000000 3.000000 2 0.000000 2.000000\t[nxbin xmin xmax nybin ymin "
+              "ymax - data ( rows are Y, columns X )]\n5.500000\t6.500000\t7.500000\n15.500000\t"
+              "16.500000\t17.500000\n");
+  browse_and_cancel(h, "Save Histogram as text", "Save as text...", "Output text file", "data.txt");
+  kiv_chart1d_add_curve(h, coarse);
+  kiv_expect_warning("on_kiv_as_text: the curves of this chart have no common table; odd.txt not written");
+  save(h, "Save as text...", "odd.txt");
+  kiv_expect_warning("Could not open output file /nonexistent-dir/x.txt\n");
+  save(flat.chart, "Save as text...", "/nonexistent-dir/x.txt");
+  g_test_assert_expected_messages();
+  assert_text(dir.listing(), "curves.dat.x data.txt map ");
+  g_object_unref(coarse);
+  g_object_unref(hist);
+  g_object_unref(f2);
+  g_object_unref(fa);
+}
+
+/* Files may grow to 100 bytes only: what cannot be written whole is not
+ * left behind; what fits is written. */
+static void test_write_failure(void) {
+  in_subprocess([] {
+    Ramp r;
+    TempDir dir;
+    signal(SIGXFSZ, SIG_IGN);
+    struct rlimit lim = {100, 100};
+    g_assert_cmpint(setrlimit(RLIMIT_FSIZE, &lim), ==, 0);
+    g_assert_cmpint(kiv_chart1d_print(r.h, "big.png", "png"), ==, -1);
+    save(r.h, "Print...", "big.pdf", "pdf");
+    kiv_expect_warning("Could not write output file big.txt\n");
+    save(r.h, "Save as text...", "big.txt");
+    g_test_assert_expected_messages();
+    assert_text(dir.listing(), "");
+    KivFunction *tiny = kiv_function_new(1, 0.0, 1.0, ramp);
+    kiv_chart1d_remove_curves(r.h);
+    kiv_chart1d_add_curve(r.h, tiny);
+    save(r.h, "Save as text...", "small.txt");
+    assert_text(dir.listing(), "small.txt ");
+    g_object_unref(tiny);
+  }, "Cannot write big.png\nCannot write big.pdf\n", NULL);
+}
+
+/* Filters with and without a name; the path chosen; opening, cancelled. */
+static void test_get_file_name(void) {
+  TempDir dir;
+  DialogScript ds;
+  ds.then("Pick one", [&dir](GtkWidget *d) {
+      GtkFileChooser *fc = GTK_FILE_CHOOSER(d);
+      g_assert_cmpint(gtk_file_chooser_get_action(fc), ==, GTK_FILE_CHOOSER_ACTION_SAVE);
+      GSList *filters = gtk_file_chooser_list_filters(fc);
+      g_assert_cmpuint(g_slist_length(filters), ==, 2);
+      assert_text(gtk_file_filter_get_name(GTK_FILE_FILTER(filters->data)), "Pictures");
+      g_assert_null(gtk_file_filter_get_name(GTK_FILE_FILTER(filters->next->data)));
+      GtkFileFilterInfo info = {GTK_FILE_FILTER_DISPLAY_NAME, NULL, NULL, "a.txt", NULL};
+      g_assert_true(!gtk_file_filter_filter(GTK_FILE_FILTER(filters->data), &info) && gtk_file_filter_filter(GTK_FILE_FILTER(filters->next->data), &info));
+      g_slist_free(filters);
+      gtk_file_chooser_set_current_folder(fc, dir.path);
+      gtk_file_chooser_set_current_name(fc, "chosen.png");
+      respond_later(d, GTK_RESPONSE_ACCEPT);
+    }).then("Open one", [](GtkWidget *d) {
+      g_assert_cmpint(gtk_file_chooser_get_action(GTK_FILE_CHOOSER(d)), ==, GTK_FILE_CHOOSER_ACTION_OPEN);
+      g_assert_null(gtk_file_chooser_list_filters(GTK_FILE_CHOOSER(d)));
+      respond_later(d, GTK_RESPONSE_CANCEL);
+    });
+  const char *filters[] = {"Pictures|*.png", "*.*", NULL};
+  gchar *name = get_file_name("Pick one", FALSE, filters);
+  assert_text(name, std::string(dir.path) + "/chosen.png");
+  g_free(name);
+  g_assert_null(get_file_name("Open one", TRUE, NULL));
+}
+
 int main(int argc, char **argv) {
   kivtest::init(&argc, &argv);
+  /* Submenus open at once when their item is selected. */
+  if (display_ok)
+    g_object_set(gtk_settings_get_default(), "gtk-menu-popup-delay", 0, NULL);
+  /* A chosen file goes into a list of recent files of the run's own. */
+  TempDir *data_home = g_test_subprocess() ? NULL : new TempDir;
+  if (data_home != NULL)
+    g_setenv("XDG_DATA_HOME", data_home->path, TRUE);
   add_widget_test("/chart1d-interaction/pointer", test_pointer);
   add_widget_test("/chart1d-interaction/zoom", test_zoom);
   add_widget_test("/chart1d-interaction/keys", test_keys);
   add_widget_test("/chart1d-interaction/sync", test_sync);
   add_widget_test("/chart1d-interaction/monitor", test_monitor);
   add_widget_test("/chart1d-interaction/destroy-live", test_destroy_live);
-  return g_test_run();
+  g_test_add_func("/chart1d-interaction/get-double", test_get_double);
+  add_widget_test("/chart1d-interaction/menu", test_menu);
+  add_widget_test("/chart1d-interaction/colors", test_colors);
+  add_widget_test("/chart1d-interaction/range-rebin", test_range_rebin);
+  add_widget_test("/chart1d-interaction/ranges", test_ranges);
+  add_widget_test("/chart1d-interaction/print", test_print);
+  add_widget_test("/chart1d-interaction/print-unwritable", test_print_unwritable);
+  add_widget_test("/chart1d-interaction/as-text", test_as_text);
+  add_widget_test("/chart1d-interaction/write-failure", test_write_failure);
+  add_widget_test("/chart1d-interaction/get-file-name", test_get_file_name);
+  int status = g_test_run();
+  delete data_home;
+  return status;
 }
