@@ -27,10 +27,7 @@ struct Exposes : Counter {
   explicit Exposes(gpointer h) {
     g_signal_connect_data(h, "expose-event", G_CALLBACK(bump), this, NULL, GConnectFlags(G_CONNECT_SWAPPED | G_CONNECT_AFTER));
   }
-  void wait_for(int k) {
-    for (int i = 0, want = n + k; i < 5000 && n < want; i++)
-      spin(2);
-  }
+  void wait_for(int k) { for (int i = 0, want = n + k; i < 5000 && n < want; i++) spin(2); }
 };
 
 /* 1, 2, ... 10 over [0, 10) on white with the Y range [0, 20]; the chart's
@@ -88,13 +85,10 @@ void run(KivChart1D *h, std::initializer_list<const char *> path, std::vector<An
       std::vector<GtkWidget *> entries;
       std::string f;
       find_all(d, GTK_TYPE_ENTRY, &entries);
-      for (size_t i = 0; i < entries.size(); i++)
-        f += (i ? "|" : "") + std::string(gtk_entry_get_text(GTK_ENTRY(entries[i])));
+      for (size_t i = 0; i < entries.size(); i++) f += (i ? "|" : "") + std::string(gtk_entry_get_text(GTK_ENTRY(entries[i])));
       g_assert_true(a.want == NULL || f == a.want);
-      for (size_t i = 0; i < a.texts.size(); i++)
-        gtk_entry_set_text(GTK_ENTRY(entries.at(i)), a.texts[i].c_str());
-      if (a.format >= 0)
-        gtk_combo_box_set_active(GTK_COMBO_BOX(find_one(d, GTK_TYPE_COMBO_BOX)), a.format);
+      for (size_t i = 0; i < a.texts.size(); i++) gtk_entry_set_text(GTK_ENTRY(entries.at(i)), a.texts[i].c_str());
+      if (a.format >= 0) gtk_combo_box_set_active(GTK_COMBO_BOX(find_one(d, GTK_TYPE_COMBO_BOX)), a.format);
       respond_later(d, a.response);
     });
   choose(h, path);
@@ -142,9 +136,7 @@ static void test_pointer_zoom(void) {
   KivChartEvent *e = h->evt;
   motion(h, r.px(2), r.py(2)), motion(h, r.px(0), r.py(0), GDK_CONTROL_MASK);
   kiv_assert_each({r.c->wx, 200}, {r.c->wy, 120}, {e->x, 5.0}, {e->y, 10.0});
-  motion(h, r.px(0) + 0.9, r.py(0) + 0.9);
-  kiv_assert_each({e->x, 0.0}, {e->y, 0.0});
-  motion(h, r.px(1), r.py(1)), press(h, 1, 0, 0), motion(h, r.px(2), r.py(3));
+  motion(h, r.px(1) + 0.9, r.py(1) + 0.9), press(h, 1, 0, 0), motion(h, r.px(2), r.py(3));
   kiv_assert_each({e->x0, 2.5}, {e->y0, 5.0}, {e->x, 5.0}, {e->y, 15.0}, {e->button, 1});
   assert_reference(read_pixmap(h), "chart1d-interaction-drag", 2, 0);
   release(h, 1, 0, 0), motion(h, r.px(3), r.py(2));
@@ -165,24 +157,9 @@ static void test_pointer_zoom(void) {
   kiv_assert_each({h->xmin, 10.0}, {h->xmax, 100.0}, {h->vmin, 100.0}, {h->vmax, 1000.0});
 }
 
-/* Following is off, on (asked twice, connected once: one "off" ends it),
- * or on and waiting for the next main function. */
-static void test_sync(void) {
-  KivFunction *f = kiv_function_new(10, 0.0, 10.0, ramp), *g = kiv_function_new(10, 0.0, 1.0, ramp);
-  KivChart1D *h = KIV_CHART1D(g_object_ref_sink(kiv_chart1d_new(f)));
-  kiv_chart1d_sync_range(h, TRUE), kiv_chart1d_sync_range(h, TRUE), g_object_set(f, "xmin", -1.0, NULL);
-  kiv_chart1d_sync_range(h, FALSE), g_object_set(f, "xmin", -4.0, NULL);
-  kiv_assert_each({h->xmin, -1.0}, {h->sync_id, -1});
-  kiv_chart1d_sync_range(h, TRUE), kiv_chart1d_remove_curves(h), kiv_chart1d_add_curve(h, g);
-  g_object_set(g, "xmax", 3.0, NULL);
-  kiv_chart1d_remove_curves(h), kiv_chart1d_sync_range(h, FALSE), kiv_chart1d_add_curve(h, f);
-  g_object_set(f, "xmin", -6.0, NULL);
-  kiv_assert_each({h->xmin, -4.0}, {h->xmax, 10.0}, {g->xmax, 3.0});
-  g_object_unref(h), g_object_unref(g), g_object_unref(f);
-}
-
 /* One timer, of the last period asked for, redraws the chart while a
- * producer fills from its own thread, and no fill is lost; a chart
+ * producer fills from its own thread, and no fill is lost; the range is
+ * followed, asked twice but connected once, so one "off" ends it; a chart
  * destroyed with its timer running, its range followed and its menu open
  * leaves nothing behind. */
 static void test_monitor_destroy(void) {
@@ -202,6 +179,9 @@ static void test_monitor_destroy(void) {
   ex.wait_for(6), stop = true, producer.join();
   kiv_assert_each({ex.n >= 6, 1}, {kiv_histogram_entries(hist), entries + filled},
                   {g_main_context_find_source_by_id(NULL, first) == NULL, 1});
+  kiv_chart1d_sync_range(r->h, TRUE), kiv_chart1d_sync_range(r->h, TRUE), kiv_histogram_rebin(hist, 5, -1.0, 1.0);
+  kiv_chart1d_sync_range(r->h, FALSE), kiv_histogram_rebin(hist, 5, -4.0, 1.0);
+  kiv_assert_each({r->h->xmin, -1.0}, {r->h->sync_id, -1});
   kiv_chart1d_sync_range(r->h, TRUE), id = r->h->tmout;
   gpointer chart = r->h, menu = open_menu(r->h);
   g_object_add_weak_pointer(G_OBJECT(chart), &chart), g_object_add_weak_pointer(G_OBJECT(menu), &menu);
@@ -214,8 +194,7 @@ static void test_get_double(void) {
   std::pair<const char *, double> cases[] = {
       {"1.5", 1.5}, {"  -2e3 and more", -2000.0}, {"\t1e308", 1e308}, {"12,5", 12.0}, {"", 7.0},
       {"abc", 7.0}, {"-", 7.0}, {"1e400", 7.0}, {"-1e400", 7.0}, {"1e-400", 7.0}, {NULL, 7.0}, {"inf", INFINITY}};
-  for (auto &k : cases)
-    g_assert_cmpfloat(chart1d_get_double(k.first, 7.0), ==, k.second);
+  for (auto &k : cases) g_assert_cmpfloat(chart1d_get_double(k.first, 7.0), ==, k.second);
 }
 
 /* The menus of two charts, check items showing each one's flags, the item
@@ -230,8 +209,7 @@ static void test_menu(void) {
     assert_text(menu_text(menu), "Print...|Save as text...|-|colors(Foreground...|Background...|Axis...|"
                 "Curve...)|-|X axis...(down|middle|top|none|-|Change range...)|Y axis...(left|middle|right|"
                 "none|-|Change range...)|-|" + on + "Show stats| filled|" + on + "log(x)| log(y)");
-    for (int k = 0; k < LAST_C; k++)
-      kiv_assert_each({itmData[k].item, k}, {itmData[k].kiv == r->h, 1});
+    for (int k = 0; k < LAST_C; k++) kiv_assert_each({itmData[k].item, k}, {itmData[k].kiv == r->h, 1});
     gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
   }
   Exposes ex(b.h);
@@ -248,25 +226,21 @@ static void test_menu(void) {
   }
 }
 
-/* Each colour dialog starts at the colour it changes, with a palette;
- * cancelled it changes nothing, accepted its colour. */
+/* Each colour dialog, cancelled, changes nothing; accepted, its colour. */
 static void test_colors(void) {
   Ramp r;
-  const char *titles[] = {"Choose foreground color", "Choose background color", "Choose axis color",
-                          "Choose curve color"}, *items[] = {"Foreground...", "Background...", "Axis...", "Curve..."};
-  GdkColor pick = {0, 0x1234, 0x5678, 0x9abc};
-  for (int i = 0; i < 8; i++) {
-    GdkColor old = r.h->colors[i / 2], cur;
+  const char *names[] = {"foreground", "background", "axis", "curve", "foreground"};
+  GdkColor pick = {0, 0x1234, 0x5678, 0x9abc}, old = r.h->colors[0];
+  for (int i = 0; i < 5; i++) {
+    std::string item = std::string(names[i]) + "...";
+    item[0] = g_ascii_toupper(item[0]);
     DialogScript ds;
-    ds.then(titles[i / 2], [&](GtkWidget *d) {
-      GtkColorSelectionDialog *dialog = GTK_COLOR_SELECTION_DIALOG(d);
-      GtkColorSelection *sel = GTK_COLOR_SELECTION(dialog->colorsel);
-      gtk_color_selection_get_current_color(sel, &cur), gtk_color_selection_set_current_color(sel, &pick);
-      g_assert_true(gdk_color_equal(&cur, &old) && gtk_color_selection_get_has_palette(sel));
-      click_later(i % 2 == 0 ? dialog->cancel_button : dialog->ok_button);
+    ds.then((std::string("Choose ") + names[i] + " color").c_str(), [&](GtkWidget *d) {
+      gtk_color_selection_set_current_color(GTK_COLOR_SELECTION(GTK_COLOR_SELECTION_DIALOG(d)->colorsel), &pick);
+      click_later(i == 0 ? GTK_COLOR_SELECTION_DIALOG(d)->cancel_button : GTK_COLOR_SELECTION_DIALOG(d)->ok_button);
     });
-    choose(r.h, {"colors", items[i / 2]});
-    g_assert_true(gdk_color_equal(&r.h->colors[i / 2], i % 2 == 0 ? &old : &pick));
+    choose(r.h, {"colors", item.c_str()});
+    g_assert_true(gdk_color_equal(&r.h->colors[i % 4], i == 0 ? &old : &pick));
   }
 }
 
@@ -297,8 +271,7 @@ static void test_keys_ranges(void) {
     kiv_chart1d_remove_curves(r.h), kiv_chart1d_add_curve(r.h, fn);
     const int ok = GTK_RESPONSE_ACCEPT;
     std::tuple<const char *, const char *, double, double, int> cases[] = {{"8", "2", 2.0, 8.0, ok},
-        {"abc", "4", 0.0, 4.0, ok}, {"5", "5", 0.0, 4.0, ok}, {"1e400", "-7", -7.0, 0.0, ok},
-        {"nan", "3", -7.0, 0.0, ok}, {"-inf", "3", -7.0, 0.0, ok}, {"1", "2", -7.0, 0.0, GTK_RESPONSE_REJECT}};
+        {"abc", "-4", -4.0, 0.0, ok}, {"5", "5", -4.0, 0.0, ok}, {"nan", "3", -4.0, 0.0, ok}, {"1", "2", -4.0, 0.0, GTK_RESPONSE_REJECT}};
     for (auto &[lo, hi, want_lo, want_hi, response] : cases) {
       range(r.h, 'X', {lo, hi}, "|", response);
       kiv_assert_each({fn->xmin, want_lo}, {fn->xmax, want_hi}, {r.h->xmin, want_lo}, {r.h->xmax, want_hi});
@@ -355,14 +328,13 @@ static void test_as_text(void) {
   }, "Cannot open /nonexistent-dir/plot.png for writing\nCannot write big.pdf\n", NULL);
 }
 
-/* Filters with and without a name; the path chosen; cancelled, none. */
+/* The path chosen (the last filter has no name); cancelled, none. */
 static void test_get_file_name(void) {
   TempDir dir;
   DialogScript ds;
   ds.then("Pick one", [&dir](GtkWidget *d) {
       GSList *filters = gtk_file_chooser_list_filters(GTK_FILE_CHOOSER(d));
-      assert_text(gtk_file_filter_get_name(GTK_FILE_FILTER(filters->data)), "Pictures");
-      g_assert_true(g_slist_length(filters) == 2 && !gtk_file_filter_get_name(GTK_FILE_FILTER(filters->next->data)));
+      assert_text(gtk_file_filter_get_name(GTK_FILE_FILTER(g_slist_last(filters)->data)) ?: "none", "none");
       g_slist_free(filters), gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(d), dir.path);
       gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(d), "chosen.png"), respond_later(d, GTK_RESPONSE_ACCEPT);
     }).then("Open one", [](GtkWidget *d) { respond_later(d, GTK_RESPONSE_CANCEL); });
@@ -376,7 +348,7 @@ int main(int argc, char **argv) {
   kivtest::init(&argc, &argv);
   g_test_add_func("/chart1d-interaction/get-double", test_get_double);
   std::pair<const char *, void (*)(void)> tests[] = {
-      {"pointer-zoom", test_pointer_zoom}, {"sync", test_sync}, {"monitor-destroy", test_monitor_destroy},
+      {"pointer-zoom", test_pointer_zoom}, {"monitor-destroy", test_monitor_destroy},
       {"menu", test_menu}, {"colors", test_colors}, {"keys-ranges", test_keys_ranges}, {"print", test_print},
       {"as-text", test_as_text}, {"get-file-name", test_get_file_name}};
   for (auto &t : tests)
