@@ -40,8 +40,7 @@ struct Ramp {
   Ramp() { kiv_chart1d_set_colors(h, "background", "white", "foreground", "black", NULL), g_object_unref(read_pixmap(h)), drain(), fix_y(); }
   ~Ramp() { g_object_unref(hist); }
   void fix_y() { g_object_set(h, "vmin", 0.0, "vmax", 20.0, NULL), g_object_unref(read_pixmap(h)); }
-  double px(double q) { return c->px0 + q * c->wx / 4; }
-  double py(double q) { return c->py0 - q * c->wy / 4; }
+  double px(double q) { return c->px0 + q * c->wx / 4; } double py(double q) { return c->py0 - q * c->wy / 4; }
   void drag(double ax, double ay, double bx, double by, guint state, guint up = 1) { motion(h, px(ax), py(ay)), press(h, 1, 0, 0, state), release(h, up, px(bx), py(by), state); }
 };
 
@@ -56,8 +55,7 @@ std::string menu_text(GtkWidget *menu) {
     out += !GTK_IS_CHECK_MENU_ITEM(item) ? "" : GTK_CHECK_MENU_ITEM(item)->active ? "+" : " ";
     out += item_label(item) + (sub != NULL ? "(" + menu_text(sub) + ")" : "");
   }
-  g_list_free(items);
-  return out;
+  return g_list_free(items), out;
 }
 
 /* How a dialog of a title is answered: the texts of its entries, joined
@@ -101,8 +99,8 @@ struct TempDir {
   std::string read(const char *file, size_t n = 1000) {
     gchar *data = NULL;
     bool ok = file == NULL ? g_spawn_command_line_sync("ls", &data, NULL, NULL, NULL) : g_file_get_contents(file, &data, NULL, NULL);
-    std::string s = ok ? std::string(data).substr(0, n) : "<missing>";
-    return g_free(data), s;
+    std::string text = ok ? std::string(data).substr(0, n) : "<missing>";
+    return g_free(data), text;
   }
 };
 
@@ -128,15 +126,13 @@ static void test_pointer_zoom(void) {
   assert_reference(read_pixmap(h), "chart1d-interaction-hover", 2, 0);
   r.drag(3, 1, 1, 3, GDK_CONTROL_MASK), r.drag(1, 3, 2, 1, GDK_SHIFT_MASK);
   kiv_assert_each({h->xmin, 2.5}, {h->xmax, 7.5}, {h->vmin, 5.0}, {h->vmax, 15.0}, {r.c->fixed, 1});
-  Exposes ex(h);
-  press(h, 2, 20, 20), ex.wait_for(1);
+  Exposes ex(h); press(h, 2, 20, 20), ex.wait_for(1);
   kiv_assert_each({h->xmin, 0.0}, {h->xmax, 10.0}, {h->vmin, 0.0}, {h->vmax, 0.0}, {r.c->fixed, 0}, {ex.n > 0, 1});
   r.fix_y(), r.drag(0, 0, 2, 2, kBoth, 3), r.drag(0, 0, 2, 2, kBoth);
   kiv_assert_each({h->xmin, 0.0}, {h->xmax, 5.0}, {h->vmin, 0.0}, {h->vmax, 10.0});
   r.drag(1, 1, 1, 1, kBoth);
   kiv_assert_each({h->xmax, 5.0}, {h->vmin, 5.0}, {h->vmax, 5.0}, {r.c->fixed, 0});
-  kiv_chart1d_logx(h, TRUE), kiv_chart1d_logy(h, TRUE);
-  g_object_set(h, "hxmin", 1.0, "hxmax", 1e3, "vmin", 1.0, "vmax", 1e3, NULL);
+  kiv_chart1d_logx(h, TRUE), kiv_chart1d_logy(h, TRUE), g_object_set(h, "hxmin", 1.0, "hxmax", 1e3, "vmin", 1.0, "vmax", 1e3, NULL);
   g_object_unref(read_pixmap(h)), r.drag(1, 3, 2, 2, kBoth);
   kiv_assert_each({h->xmin, 10.0}, {h->xmax, 100.0}, {h->vmin, 100.0}, {h->vmax, 1000.0});
 }
@@ -147,14 +143,10 @@ static void test_pointer_zoom(void) {
  * destroyed with its timer running, its range followed and its menu open
  * leaves nothing behind. */
 static void test_monitor_destroy(void) {
-  Ramp *r = new Ramp;
-  KivHistogram *hist = KIV_HISTOGRAM(g_object_ref(r->hist));
-  Exposes ex(r->h);
-  double entries = kiv_histogram_entries(hist);
-  kiv_chart1d_monitor_start(r->h, 100000);
-  guint first = r->h->tmout, id;
-  std::atomic<bool> stop{false};
-  int filled = 0;
+  Ramp *r = new Ramp; KivHistogram *hist = KIV_HISTOGRAM(g_object_ref(r->hist));
+  Exposes ex(r->h); double entries = kiv_histogram_entries(hist);
+  kiv_chart1d_monitor_start(r->h, 100000); guint first = r->h->tmout, id;
+  std::atomic<bool> stop{false}; int filled = 0;
   kiv_chart1d_monitor_start(r->h, 10);
   std::thread producer([&] { for (; !stop; filled++) kiv_histogram_fill(hist, (filled % 97) / 10.0, 1.0), g_usleep(filled % 64 ? 0 : 100); });
   ex.wait_for(6), stop = true, producer.join();
@@ -181,8 +173,7 @@ static void test_get_double(void) {
  * table pointing at the chart whose menu was built last; each setting item
  * changes exactly its setting and redraws the chart. */
 static void test_menu(void) {
-  Ramp a, b;
-  kiv_chart1d_logx(a.h, TRUE), kiv_chart1d_show_stats(a.h, TRUE);
+  Ramp a, b; kiv_chart1d_logx(a.h, TRUE), kiv_chart1d_show_stats(a.h, TRUE);
   for (Ramp *r : {&a, &b}) {
     GtkWidget *menu = open_menu(r->h);
     std::string on = r == &a ? "+" : " ";
@@ -207,12 +198,10 @@ static void test_menu(void) {
 
 /* Each colour dialog, cancelled, changes nothing; accepted, its colour. */
 static void test_colors(void) {
-  Ramp r;
-  const char *names[] = {"foreground", "background", "axis", "curve", "foreground"};
+  Ramp r; const char *names[] = {"foreground", "background", "axis", "curve", "foreground"};
   GdkColor pick = {0, 0x1234, 0x5678, 0x9abc}, old = r.h->colors[0];
   for (int i = 0; i < 5; i++) {
-    std::string item = std::string(names[i]) + "...";
-    item[0] = g_ascii_toupper(item[0]);
+    std::string item = std::string(1, g_ascii_toupper(names[i][0])) + (names[i] + 1) + "...";
     DialogScript ds;
     ds.then((std::string("Choose ") + names[i] + " color").c_str(), [&](GtkWidget *d) {
       gtk_color_selection_set_current_color(GTK_COLOR_SELECTION(GTK_COLOR_SELECTION_DIALOG(d)->colorsel), &pick);
@@ -233,12 +222,9 @@ static void test_colors(void) {
  * cancel. */
 static void test_keys_ranges(void) {
   in_subprocess([] {
-    Ramp r;
-    KivFunction *f = KIV_FUNCTION(r.hist), *fn = kiv_function_new(10, 0.0, 10.0, ramp);
+    Ramp r; KivFunction *f = KIV_FUNCTION(r.hist), *fn = kiv_function_new(10, 0.0, 10.0, ramp);
     gtk_widget_set_can_focus(GTK_WIDGET(r.h), TRUE), gtk_widget_grab_focus(GTK_WIDGET(r.h));
-    Counter later;
-    g_signal_connect_swapped(r.h, "key-press-event", G_CALLBACK(Counter::bump), &later);
-    send_key(r.s.window, GDK_KEY_a), send_key(r.s.window, GDK_KEY_Tab, GDK_CONTROL_MASK);
+    Counter later; later.connect(r.h, "key-press-event"), send_key(r.s.window, GDK_KEY_a), send_key(r.s.window, GDK_KEY_Tab, GDK_CONTROL_MASK);
     range(r.h, 'Y', {"30", "-10"});
     kiv_assert_each({r.c->ymin, -10.0}, {r.c->ymax, 30.0}, {r.c->fixed, 1}, {later.n, 0});
     kiv_histogram_rebin(r.hist, 100, 0.0, 100.0), range(r.h, 'X', {"50", "10", "0"}, "100||");
@@ -248,8 +234,7 @@ static void test_keys_ranges(void) {
     kiv_assert_each({f->nbin, 50}, {f->xmax, 30.0});
     kiv_chart1d_add_curve(r.h, fn), range(r.h, 'X', {}, "|", GTK_RESPONSE_REJECT);
     kiv_chart1d_remove_curves(r.h), kiv_chart1d_add_curve(r.h, fn);
-    const int ok = GTK_RESPONSE_ACCEPT;
-    std::tuple<const char *, const char *, double, double, int> cases[] = {{"8", "2", 2.0, 8.0, ok},
+    const int ok = GTK_RESPONSE_ACCEPT; std::tuple<const char *, const char *, double, double, int> cases[] = {{"8", "2", 2.0, 8.0, ok},
         {"abc", "-4", -4.0, 0.0, ok}, {"5", "5", -4.0, 0.0, ok}, {"nan", "3", -4.0, 0.0, ok}, {"1", "2", -4.0, 0.0, GTK_RESPONSE_REJECT}};
     for (auto &[lo, hi, want_lo, want_hi, response] : cases)
       range(r.h, 'X', {lo, hi}, "|", response), kiv_assert_each({fn->xmin, want_lo}, {fn->xmax, want_hi}, {r.h->xmin, want_lo}, {r.h->xmax, want_hi});
@@ -261,13 +246,11 @@ static void test_keys_ranges(void) {
 /* "Print..." writes the format picked, under a name that lacks the
  * format's suffix only when the user says so; cancelled, nothing. */
 static void test_print(void) {
-  Ramp r;
-  TempDir dir;
+  Ramp r; TempDir dir;
   std::tuple<const char *, int, const char *, int, const char *, const char *> cases[] = {
       {"plot", 1, "No file suffix", GTK_RESPONSE_ACCEPT, "plot.jpg", "\xff\xd8\xff"},
       {"plot", 4, "No file suffix", GTK_RESPONSE_REJECT, "plot", "%!PS"},
-      {"plot.JPG", 2, NULL, 0, "plot.JPG", "%PDF-"}, {"plot.Svg", 3, NULL, 0, "plot.Svg", "<?xml"},
-      {"plot.txt", 0, "No or wrong file suffix", GTK_RESPONSE_ACCEPT, "plot.txt.png", "\x89PNG"}};
+      {"plot.JPG", 2, NULL, 0, "plot.JPG", "%PDF-"}, {"plot.txt", 0, "No or wrong file suffix", GTK_RESPONSE_ACCEPT, "plot.txt.png", "\x89PNG"}};
   for (auto &[name, format, question, answer, file, magic] : cases) {
     std::vector<Answer> steps = {{"Save Histogram image", {name}, "", GTK_RESPONSE_ACCEPT, format}};
     if (question != NULL) steps.push_back({question, {}, NULL, answer});
@@ -285,9 +268,7 @@ static void test_print(void) {
 static void test_as_text(void) {
   in_subprocess([] {
     KivFunction *fa = kiv_function_new(5, 0.0, 5.0, ramp), *coarse = kiv_function_new(2, 0.0, 5.0, ramp);
-    KivHistogram *hist = ramp_histogram(5, 0.0, 5.0);
-    Shown s(KIV_FUNCTION(hist), 300, 200);
-    TempDir dir;
+    KivHistogram *hist = ramp_histogram(5, 0.0, 5.0); Shown s(KIV_FUNCTION(hist), 300, 200); TempDir dir;
     kiv_chart1d_add_curve(s.chart, fa), save(s.chart, "curves.dat.x"), save(s.chart, "/nonexistent-dir/plot.png", 0);
     assert_text(dir.read("curves.dat.x"), "1D 5 0.000000 5.000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\t"
                 "\"Function_1\"\n0.500000\t1.000000\t0.500000\n1.500000\t2.000000\t1.500000\n2.500000\t"
@@ -296,8 +277,7 @@ static void test_as_text(void) {
     save(s.chart, "/nonexistent-dir/x.txt"), kiv_chart1d_add_curve(s.chart, coarse), unlink("curves.dat.x");
     kiv_expect_warning("on_kiv_as_text: the curves of this chart have no common table; odd.txt not written");
     save(s.chart, "odd.txt"), kiv_chart1d_remove_curves(s.chart), kiv_chart1d_add_curve(s.chart, fa);
-    struct rlimit lim = {100, 100};
-    g_assert_cmpint(setrlimit(RLIMIT_FSIZE, &lim) + (signal(SIGXFSZ, SIG_IGN) == SIG_ERR), ==, 0);
+    struct rlimit lim = {100, 100}; g_assert_cmpint(setrlimit(RLIMIT_FSIZE, &lim) + (signal(SIGXFSZ, SIG_IGN) == SIG_ERR), ==, 0);
     kiv_expect_warning("Could not write output file big.txt\n");
     save(s.chart, "big.pdf", 2), save(s.chart, "big.txt");
     assert_text(dir.read(NULL), "");
@@ -306,8 +286,7 @@ static void test_as_text(void) {
 
 /* The path chosen (the last filter has no name); cancelled, none. */
 static void test_get_file_name(void) {
-  TempDir dir;
-  DialogScript ds;
+  TempDir dir; DialogScript ds;
   ds.then("Pick one", [&dir](GtkWidget *d) {
       GSList *filters = gtk_file_chooser_list_filters(GTK_FILE_CHOOSER(d));
       assert_text(gtk_file_filter_get_name(GTK_FILE_FILTER(g_slist_last(filters)->data)) ?: "none", "none");
@@ -323,8 +302,7 @@ static void test_get_file_name(void) {
 int main(int argc, char **argv) {
   kivtest::init(&argc, &argv);
   g_test_add_func("/chart1d-interaction/get-double", test_get_double);
-  std::pair<const char *, void (*)(void)> tests[] = {
-      {"pointer-zoom", test_pointer_zoom}, {"monitor-destroy", test_monitor_destroy},
+  std::pair<const char *, void (*)(void)> tests[] = {{"pointer-zoom", test_pointer_zoom}, {"monitor-destroy", test_monitor_destroy},
       {"menu", test_menu}, {"colors", test_colors}, {"keys-ranges", test_keys_ranges}, {"print", test_print},
       {"as-text", test_as_text}, {"get-file-name", test_get_file_name}};
   for (auto &t : tests) add_widget_test((std::string("/chart1d-interaction/") + t.first).c_str(), t.second);
