@@ -20,12 +20,13 @@ namespace {
 void assert_text(const std::string &got, const std::string &want) { g_assert_cmpstr(got.c_str(), ==, want.c_str()); }
 double ramp(double x) { return x; }
 
-/* Waits for k more redraws of a chart, counted after its own handler (one
- * before it that returns nothing could stop the redraw); the bound only
- * keeps a broken timer from hanging the test. */
+/* Counts the redraws of a chart after its own handler (one before it that
+ * returns nothing could stop the redraw), and waits until there are as
+ * many as wanted; the bound only keeps a broken timer from hanging the
+ * test. */
 struct Exposes : Counter {
   explicit Exposes(gpointer h) { g_signal_connect_data(h, "expose-event", G_CALLBACK(bump), this, NULL, GConnectFlags(3)); }
-  void wait_for(int k) { for (int i = 0, want = n + k; i < 5000 && n < want; i++) spin(2); }
+  void wait_for(int want) { for (int i = 0; i < 5000 && n < want; i++) spin(2); }
 };
 
 /* 1, 2, ... 10 over [0, 10) on white with the Y range [0, 20]; the chart's
