@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   }
   /* The callers pass 3.  Scales far from that are held only to the
    * checks above: a scale near the smallest double makes the quotient of
-   * the logarithm overflow (tests/test-regressions.cc). */
+   * the logarithm overflow (tests/test-axis.cc). */
   if (scale < 1e-3 || scale > 1e3) return 0;
   CHECK(std::isfinite(e));
   double q = e / scale;
