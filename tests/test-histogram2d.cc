@@ -54,10 +54,22 @@ void test_fill_and_dump() {
   kiv_histogram2d_fill_n(h, fills[0], NULL, fills[0], 1);
   kiv_expect_critical("kiv_histogram2d_new: a grid of 999999 x 999999 cells has more cells *");
   g_assert_null(kiv_histogram2d_new(999999, 0, 1, 999999, 0, 1, NULL));
+  KivStats *s = kiv_stats_new();
+  kiv_expect_critical("kiv_histogram2d_get_stats: assertion 'KIV_IS_HISTOGRAM2D(h2d)' failed");
+  g_assert_cmpint(kiv_histogram2d_get_stats(reinterpret_cast<KivHistogram2D *>(s), s), ==, -1);
   g_test_assert_expected_messages();
+  g_object_unref(s);
+  /* A map has no point array. */
+  KivTuple t;
+  kiv_function_get_array(KIV_FUNCTION(h), &t, 0.0, 3.0);
+  g_assert_true(t.n == 0 && t.P == NULL);
   /* A reset zeroes the cells and keeps the extrema and statistics. */
   kiv_histogram2d_reset(h);
   g_assert_true(changed.n == 11 && all_zero(h, 6) && h->vmin == -3 && h->stat->s[0] == -5.5);
+  /* A batch reads no further than its count. */
+  const double bx[] = {0.5, 2.5}, by[] = {0.25, 0.75};
+  kiv_histogram2d_fill_n(h, bx, by, NULL, 1);
+  g_assert_true(cell(h, 0, 0) == 1.0 && cell(h, 2, 1) == 0.0);
   g_object_unref(h);
 }
 
