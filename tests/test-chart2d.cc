@@ -166,6 +166,12 @@ void test_pictures() {
     g_assert_true(picture(charts[i]) != fresh);
     g_object_unref(hists[i]);
   }
+  /* A squared chart wider than tall narrows its plotting area instead. */
+  bw.resize(400, 150);
+  picture(bw.h);
+  const KivCanvas *c = bw.chart->cnvs;
+  g_assert_cmpint(c->px1 - c->px0, ==, c->py0 - c->py1);
+  g_assert_cmpint(c->px1 - c->px0, <, 150);
 }
 
 /* One map, 1 at (0, 0), 2 at (2, 0) and 5 at (1, 1): worked pixels, the
