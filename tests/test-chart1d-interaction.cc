@@ -108,10 +108,12 @@ void run(KivChart1D *h, std::initializer_list<const char *> path, std::vector<An
 }
 
 /* Saves as text, or with a format as a picture; sets an axis range. */
-void save(KivChart1D *h, std::string name, int format = -1) {
-  Answer a{format < 0 ? "Save Histogram as text" : "Save Histogram image", {name}, ""};
-  a.format = format;
-  run(h, {format < 0 ? "Save as text..." : "Print..."}, {a});
+void save(KivChart1D *h, std::string name, int format = -1, const char *ask = NULL, int yes = 0) {
+  std::vector<Answer> steps{
+      {format < 0 ? "Save Histogram as text" : "Save Histogram image", {name}, ""}};
+  steps[0].format = format;
+  if (ask != NULL) steps.push_back({ask, {}, NULL, yes});
+  run(h, {format < 0 ? "Save as text..." : "Print..."}, steps);
 }
 void range(KivChart1D *h, char axis, std::vector<std::string> texts, const char *want = "|",
            int response = GTK_RESPONSE_ACCEPT) {
@@ -119,24 +121,15 @@ void range(KivChart1D *h, char axis, std::vector<std::string> texts, const char 
       {{axis == 'X' ? "Set the X axis range" : "Set the Y axis range", texts, want, response}});
 }
 
-/* A folder of its own made the current one, so that names without a
- * folder land there; a file's first bytes, or with no name the listing. */
-struct TempDir {
-  gchar *path = g_dir_make_tmp("kiv-interaction-XXXXXX", NULL);
-  TempDir() { g_assert_cmpint(chdir(path), ==, 0); }
-  ~TempDir() {
-    g_assert_cmpint(system(("rm -r '" + std::string(path) + "'").c_str()), ==, 0);
-    g_free(path);
-  }
-  std::string read(const char *file, size_t n = 1000) {
-    gchar *data = NULL;
-    bool ok = file == NULL ? g_spawn_command_line_sync("ls", &data, NULL, NULL, NULL)
-                           : g_file_get_contents(file, &data, NULL, NULL);
-    std::string text = ok ? std::string(data).substr(0, n) : "<missing>";
-    g_free(data);
-    return text;
-  }
-};
+/* A file's first bytes, or with no name the listing of the current folder. */
+std::string read(const char *file, size_t n = 1000) {
+  gchar *data = NULL;
+  bool ok = file == NULL ? g_spawn_command_line_sync("ls", &data, NULL, NULL, NULL)
+                         : g_file_get_contents(file, &data, NULL, NULL);
+  std::string text = ok ? std::string(data).substr(0, n) : "<missing>";
+  g_free(data);
+  return text;
+}
 
 const guint kBoth = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
 
@@ -215,52 +208,45 @@ static void test_pointer_zoom_monitor(void) {
   g_object_unref(hist);
 }
 
-static void test_get_double(void) {
-  std::pair<const char *, double> cases[] = {{"1.5", 1.5},       {"  -2e3 and more", -2000.0},
-                                             {"\t1e308", 1e308}, {"12,5", 12.0},
-                                             {"", 7.0},          {"abc", 7.0},
-                                             {"-", 7.0},         {"1e400", 7.0},
-                                             {"-1e400", 7.0},    {"1e-400", 7.0},
-                                             {NULL, 7.0},        {"inf", INFINITY}};
-  for (auto &k : cases) g_assert_cmpfloat(chart1d_get_double(k.first, 7.0), ==, k.second);
-}
-
-/* The menus of two charts, check items showing each one's flags, the item
- * table pointing at the chart whose menu was built last; each setting item
- * changes exactly its setting and redraws the chart.  Each colour dialog,
- * cancelled, changes nothing; accepted, its colour. */
+/* Text read as a number: its leading number, or the default when there is
+ * none or it is out of range.  The menu's check items show the chart's
+ * flags; each setting item changes exactly its setting and redraws the
+ * chart.  Each colour dialog, cancelled, changes nothing; accepted, its
+ * colour. */
 static void test_menu_colors(void) {
-  Ramp a, b;
-  kiv_chart1d_logx(a.h, TRUE);
-  kiv_chart1d_show_stats(a.h, TRUE);
-  for (Ramp *r : {&a, &b}) {
-    GtkWidget *menu = open_menu(r->h);
-    std::string on = r == &a ? "+" : " ";
-    assert_text(
-        menu_text(menu),
-        "Print...|Save as text...|-|colors(Foreground...|Background...|Axis...|"
-        "Curve...)|-|X axis...(down|middle|top|none|-|Change range...)|Y axis...(left|middle|right|"
-        "none|-|Change range...)|-|" +
-            on + "Show stats| filled|" + on + "log(x)| log(y)");
-    gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
-  }
-  Exposes ex(b.h);
+  std::pair<const char *, double> numbers[] = {{"1.5", 1.5},       {"  -2e3 and more", -2000.0},
+                                               {"\t1e308", 1e308}, {"12,5", 12.0},
+                                               {"", 7.0},          {"abc", 7.0},
+                                               {"-", 7.0},         {"1e400", 7.0},
+                                               {"-1e400", 7.0},    {"1e-400", 7.0},
+                                               {NULL, 7.0},        {"inf", INFINITY}};
+  for (auto &k : numbers) g_assert_cmpfloat(chart1d_get_double(k.first, 7.0), ==, k.second);
+  Ramp r;
+  kiv_chart1d_logx(r.h, TRUE);
+  kiv_chart1d_show_stats(r.h, TRUE);
+  GtkWidget *menu = open_menu(r.h);
+  assert_text(menu_text(menu),
+              "Print...|Save as text...|-|colors(Foreground...|Background...|Axis...|Curve...)|-|"
+              "X axis...(down|middle|top|none|-|Change range...)|Y axis...(left|middle|right|none|"
+              "-|Change range...)|-|+Show stats| filled|+log(x)| log(y)");
+  gtk_menu_shell_cancel(GTK_MENU_SHELL(menu));
+  Exposes ex(r.h);
   std::tuple<const char *, const char *, guint, unsigned long> cases[] = {
-      {NULL, "filled", 1, 0x11},         {NULL, "log(x)", 3, 0x11},
-      {NULL, "log(y)", 7, 0x11},         {NULL, "Show stats", 15, 0x11},
-      {NULL, "log(x)", 13, 0x11},        {"X axis...", "top", 13, 0x14},
-      {"X axis...", "middle", 13, 0x12}, {"X axis...", "none", 13, 0x10},
-      {"X axis...", "down", 13, 0x11},   {"Y axis...", "right", 13, 0x41},
-      {"Y axis...", "middle", 13, 0x21}, {"Y axis...", "none", 13, 0x01},
-      {"Y axis...", "left", 13, 0x11}};
+      {NULL, "filled", 11, 0x11},       {NULL, "log(x)", 9, 0x11},
+      {NULL, "log(y)", 13, 0x11},       {NULL, "Show stats", 5, 0x11},
+      {NULL, "log(x)", 7, 0x11},        {"X axis...", "top", 7, 0x14},
+      {"X axis...", "middle", 7, 0x12}, {"X axis...", "none", 7, 0x10},
+      {"X axis...", "down", 7, 0x11},   {"Y axis...", "right", 7, 0x41},
+      {"Y axis...", "middle", 7, 0x21}, {"Y axis...", "none", 7, 0x01},
+      {"Y axis...", "left", 7, 0x11}};
   for (auto &[submenu, label, attr, drawaxis] : cases) {
     ex.n = 0;
-    submenu != NULL ? choose(b.h, {submenu, label}) : choose(b.h, {label});
+    submenu != NULL ? choose(r.h, {submenu, label}) : choose(r.h, {label});
     ex.wait_for(1);
-    kiv_assert_each({b.h->attr, attr}, {b.h->drawaxis, drawaxis}, {ex.n > 0, 1});
+    kiv_assert_each({r.h->attr, attr}, {r.h->drawaxis, drawaxis}, {ex.n > 0, 1});
   }
   const char *names[] = {"foreground", "background", "axis", "curve", "foreground"};
-  GdkColor pick = {0, 0x1234, 0x5678, 0x9abc}, old = a.h->colors[0];
+  GdkColor pick = {0, 0x1234, 0x5678, 0x9abc}, old = r.h->colors[0];
   for (int i = 0; i < 5; i++) {
     std::string item = std::string(1, g_ascii_toupper(names[i][0])) + (names[i] + 1) + "...";
     DialogScript ds;
@@ -270,8 +256,8 @@ static void test_menu_colors(void) {
       click_later(i == 0 ? GTK_COLOR_SELECTION_DIALOG(d)->cancel_button
                          : GTK_COLOR_SELECTION_DIALOG(d)->ok_button);
     });
-    choose(a.h, {"colors", item.c_str()});
-    g_assert_true(gdk_color_equal(&a.h->colors[i % 4], i == 0 ? &old : &pick));
+    choose(r.h, {"colors", item.c_str()});
+    g_assert_true(gdk_color_equal(&r.h->colors[i % 4], i == 0 ? &old : &pick));
   }
 }
 
@@ -352,7 +338,6 @@ static void test_files(void) {
         KivFunction *fa = kiv_function_new(5, 0.0, 5.0, ramp);
         KivHistogram *hist = ramp_histogram(5, 0.0, 5.0);
         Shown s(KIV_FUNCTION(hist), 300, 200);
-        TempDir dir;
         std::tuple<const char *, int, const char *, int, const char *, const char *> cases[] = {
             {"plot", 1, "No file suffix", GTK_RESPONSE_ACCEPT, "plot.jpg", "\xff\xd8\xff"},
             {"plot", 4, "No file suffix", GTK_RESPONSE_REJECT, "plot", "%!PS"},
@@ -360,17 +345,14 @@ static void test_files(void) {
             {"plot.txt", 0, "No or wrong file suffix", GTK_RESPONSE_ACCEPT, "plot.txt.png",
              "\x89PNG"}};
         for (auto &[name, format, question, answer, file, magic] : cases) {
-          std::vector<Answer> steps = {
-              {"Save Histogram image", {name}, "", GTK_RESPONSE_ACCEPT, format}};
-          if (question != NULL) steps.push_back({question, {}, NULL, answer});
-          run(s.chart, {"Print..."}, steps);
-          assert_text(dir.read(file, strlen(magic)), magic);
+          save(s.chart, name, format, question, answer);
+          assert_text(read(file, strlen(magic)), magic);
           unlink(file);
         }
         kiv_chart1d_add_curve(s.chart, fa);
         save(s.chart, "curves.dat.x");
         assert_text(
-            dir.read("curves.dat.x"),
+            read("curves.dat.x"),
             "1D 5 0.000000 5.000000\t[nbin xmin xmax]\n\"X\"\t\"Function_0\"\t"
             "\"Function_1\"\n0.500000\t1.000000\t0.500000\n1.500000\t2.000000\t1.500000\n2.500000\t"
             "3.000000\t2.500000\n3.500000\t4.000000\t3.500000\n4.500000\t5.000000\t4.500000\n");
@@ -389,22 +371,25 @@ static void test_files(void) {
         kiv_expect_warning("Could not write output file big.txt\n");
         save(s.chart, "big.pdf", 2);
         save(s.chart, "big.txt");
-        assert_text(dir.read(NULL), "");
+        assert_text(read(NULL), "");
       },
       "Cannot write big.pdf\n", NULL);
 }
 
 int main(int argc, char **argv) {
   kivtest::init(&argc, &argv);
-  g_test_add_func("/chart1d-interaction/get-double", test_get_double);
   add_widget_test("/chart1d-interaction/pointer-zoom-monitor", test_pointer_zoom_monitor);
   add_widget_test("/chart1d-interaction/menu-colors", test_menu_colors);
   add_widget_test("/chart1d-interaction/keys-ranges", test_keys_ranges);
   add_widget_test("/chart1d-interaction/files", test_files);
-  /* Submenus open at once when their item is selected; a chosen file goes
-   * into a list of recent files of the run's own. */
+  /* Submenus open at once when their item is selected. */
   if (display_ok) g_object_set(gtk_settings_get_default(), "gtk-menu-popup-delay", 0, NULL);
-  TempDir data_home;
-  g_setenv("XDG_DATA_HOME", data_home.path, TRUE);
-  return g_test_run();
+  /* A folder of the run's own (a test in a child process has one of its
+   * child's) takes the files written and the list of recent files that a
+   * file chooser keeps. */
+  std::string dir = g_dir_make_tmp("kiv-interaction-XXXXXX", NULL);
+  g_assert_true(chdir(dir.c_str()) == 0 && g_setenv("XDG_DATA_HOME", dir.c_str(), TRUE));
+  int failed = g_test_run();
+  g_assert_cmpint(system(("rm -r '" + dir + "'").c_str()), ==, 0);
+  return failed;
 }
