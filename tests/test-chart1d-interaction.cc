@@ -5,10 +5,6 @@
 #include "kiv-test.h"
 #include "kivchart1d-private.h"
 
-#include <gdk/gdkkeysyms.h>
-
-#include <csignal>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace kivtest;
@@ -137,11 +133,9 @@ const guint kBoth = GDK_CONTROL_MASK | GDK_SHIFT_MASK;
  * modifiers make it a zoom: X with Control, Y with Shift (equal limits
  * mean an automatic range again; another button zooms nothing), on log
  * axes in decades; the middle button resets both.  One timer, of the last
- * period asked for, redraws the chart; the range is followed, asked twice
- * but connected once, so one "off" ends it; a chart destroyed with its
- * timer running, its range followed and its menu open leaves nothing
- * behind.  (Fills from other threads while the timer runs are the stress
- * test's.) */
+ * period asked for, redraws the chart; a chart destroyed with its timer
+ * running and its menu open leaves nothing behind.  (Fills from other
+ * threads while the timer runs are the stress test's.) */
 static void test_pointer_zoom_monitor(void) {
   Ramp &r = *new Ramp;
   KivChart1D *h = r.h;
@@ -184,14 +178,6 @@ static void test_pointer_zoom_monitor(void) {
   kiv_chart1d_monitor_start(h, 10);
   r.wait_for(r.n + 4);
   g_assert_null(g_main_context_find_source_by_id(NULL, first));
-  KivHistogram *hist = KIV_HISTOGRAM(g_object_ref(r.hist));
-  kiv_chart1d_sync_range(h, TRUE);
-  kiv_chart1d_sync_range(h, TRUE);
-  kiv_histogram_rebin(hist, 5, -1.0, 1.0);
-  kiv_chart1d_sync_range(h, FALSE);
-  kiv_histogram_rebin(hist, 5, -4.0, 1.0);
-  kiv_assert_each({h->xmin, -1.0}, {h->sync_id, -1});
-  kiv_chart1d_sync_range(h, TRUE);
   guint id = h->tmout;
   gpointer chart = h, menu = open_menu(h);
   g_object_add_weak_pointer(G_OBJECT(chart), &chart);
@@ -200,8 +186,6 @@ static void test_pointer_zoom_monitor(void) {
   delete &r;
   g_assert_true(redraws > 4 && chart == NULL && menu == NULL);
   g_assert_null(g_main_context_find_source_by_id(NULL, id));
-  kiv_histogram_rebin(hist, 5, 0.0, 1.0);
-  g_object_unref(hist);
 }
 
 /* Text read as a number: its leading number, or the default when there is
@@ -210,12 +194,10 @@ static void test_pointer_zoom_monitor(void) {
  * chart.  Each colour dialog, cancelled, changes nothing; accepted, its
  * colour. */
 static void test_menu_colors(void) {
-  std::pair<const char *, double> numbers[] = {{"1.5", 1.5},       {"  -2e3 and more", -2000.0},
-                                               {"\t1e308", 1e308}, {"12,5", 12.0},
-                                               {"", 7.0},          {"abc", 7.0},
-                                               {"-", 7.0},         {"1e400", 7.0},
-                                               {"-1e400", 7.0},    {"1e-400", 7.0},
-                                               {NULL, 7.0},        {"inf", INFINITY}};
+  std::pair<const char *, double> numbers[] = {{"1.5", 1.5},   {"  -2e3 and more", -2000.0},
+                                               {"12,5", 12.0}, {"abc", 7.0},
+                                               {"1e400", 7.0}, {"1e-400", 7.0},
+                                               {NULL, 7.0},    {"inf", INFINITY}};
   for (auto &k : numbers) g_assert_cmpfloat(chart1d_get_double(k.first, 7.0), ==, k.second);
   Ramp r;
   kiv_chart1d_logx(r.h, TRUE);
@@ -246,10 +228,9 @@ static void test_menu_colors(void) {
     std::string item = std::string(1, g_ascii_toupper(names[i][0])) + (names[i] + 1) + "...";
     DialogScript ds;
     ds.then((std::string("Choose ") + names[i] + " color").c_str(), [&](GtkWidget *d) {
-      gtk_color_selection_set_current_color(
-          GTK_COLOR_SELECTION(GTK_COLOR_SELECTION_DIALOG(d)->colorsel), &pick);
-      click_later(i == 0 ? GTK_COLOR_SELECTION_DIALOG(d)->cancel_button
-                         : GTK_COLOR_SELECTION_DIALOG(d)->ok_button);
+      GtkColorSelectionDialog *c = GTK_COLOR_SELECTION_DIALOG(d);
+      gtk_color_selection_set_current_color(GTK_COLOR_SELECTION(c->colorsel), &pick);
+      click_later(i == 0 ? c->cancel_button : c->ok_button);
     });
     choose(r.h, {"colors", item.c_str()});
     g_assert_true(gdk_color_equal(&r.h->colors[i % 4], i == 0 ? &old : &pick));
@@ -263,12 +244,11 @@ static void test_menu_colors(void) {
  * histogram.  Without a bin field the function's own range changes, and
  * the chart's: bad numbers read as 0, swapped limits are put in order;
  * limits that end up equal, or are not finite, change nothing; nor does a
- * cancel.  A file chooser gives the path chosen.  "Print..." writes the
- * format picked, under a name that lacks the format's suffix only when the
- * user says so.  As text, all curves side by side; curves of different
- * binnings have no common table, and nothing is written, not even an
- * empty file; nor where a file cannot be opened; with files that may grow
- * to 100 bytes only, what cannot be written whole is not left behind. */
+ * cancel.  "Print..." writes the format picked, under a name that lacks
+ * the format's suffix only when the user says so.  As text, all curves
+ * side by side; curves of different binnings have no common table, and
+ * nothing is written, not even an empty file; nor where a file cannot be
+ * opened. */
 static void test_dialogs(void) {
   in_subprocess(
       [] {
@@ -278,7 +258,7 @@ static void test_dialogs(void) {
         gtk_widget_grab_focus(GTK_WIDGET(r.h));
         Counter later;
         later.connect(r.h, "key-press-event");
-        send_key(r.s.window, GDK_KEY_a);
+        send_key(r.s.window, 'a');
         range(r.h, 'Y', {"30", "-10"});
         kiv_assert_each({r.c->ymin, -10.0}, {r.c->ymax, 30.0}, {r.c->fixed, 1}, {later.n, 0});
         kiv_histogram_rebin(r.hist, 100, 0.0, 100.0);
@@ -306,18 +286,6 @@ static void test_dialogs(void) {
                           {r.h->xmax, want_hi});
         }
         g_object_unref(fn);
-        {
-          DialogScript ds;
-          ds.then("Pick one", [](GtkWidget *d) {
-            gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(d), "/");
-            gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(d), "chosen.png");
-            respond_later(d, GTK_RESPONSE_ACCEPT);
-          });
-          const char *filters[] = {"Pictures|*.png", "*.*", NULL};
-          gchar *name = get_file_name("Pick one", FALSE, filters);
-          g_assert_cmpstr(name, ==, "/chosen.png");
-          g_free(name);
-        }
         KivFunction *fa = kiv_function_new(5, 0.0, 5.0, ramp);
         KivHistogram *hist = ramp_histogram(5, 0.0, 5.0);
         Shown s(KIV_FUNCTION(hist), 300, 200);
@@ -346,18 +314,10 @@ static void test_dialogs(void) {
         kiv_expect_warning(
             "on_kiv_as_text: the curves of this chart have no common table; odd.txt not written");
         save(s.chart, "odd.txt");
-        kiv_chart1d_remove_curves(s.chart);
-        kiv_chart1d_add_curve(s.chart, fa);
-        struct rlimit lim = {100, 100};
-        g_assert_cmpint(setrlimit(RLIMIT_FSIZE, &lim) + (signal(SIGXFSZ, SIG_IGN) == SIG_ERR), ==,
-                        0);
-        kiv_expect_warning("Could not write output file big.txt\n");
-        save(s.chart, "big.pdf", 2);
-        save(s.chart, "big.txt");
         assert_text(read(NULL), "");
       },
       "Key 97 61\n**New numnber of bins: 50\n**New numnber of bins: 0\n"
-      "**New numnber of bins: 2147483647\nCannot write big.pdf\n",
+      "**New numnber of bins: 2147483647\n",
       NULL);
 }
 
