@@ -70,8 +70,9 @@ std::string menu_text(GtkWidget *menu) {
 }
 
 /* How a dialog of a title is answered: the texts of its entries, joined
- * by "|", checked against want, then texts typed into them; a format (png,
- * jpeg, pdf, svg, eps) picked in its combo box; a response. */
+ * by "|", checked against want, then texts typed into them; a format
+ * (jpeg, pdf, svg, eps) picked in its combo box, or png left as offered;
+ * a response. */
 struct Answer {
   const char *title;
   std::vector<std::string> texts;
@@ -92,7 +93,7 @@ void run(KivChart1D *h, std::initializer_list<const char *> path, std::vector<An
       g_assert_true(a.want == NULL || f == a.want);
       for (size_t i = 0; i < a.texts.size(); i++)
         gtk_entry_set_text(GTK_ENTRY(entries.at(i)), a.texts[i].c_str());
-      if (a.format >= 0)
+      if (a.format > 0)
         gtk_combo_box_set_active(GTK_COMBO_BOX(find_one(d, GTK_TYPE_COMBO_BOX)), a.format);
       respond_later(d, a.response);
     });
