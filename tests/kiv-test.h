@@ -344,35 +344,9 @@ inline void click_later(GtkWidget *button) {
       g_object_ref(button), g_object_unref);
 }
 
-/* A file chooser checks a typed name asynchronously before it answers,
- * and drops a click that comes while it still loads the folder it was
- * given: its button is clicked again every half second until it answers
- * (the dialog is hidden or gone). */
+/* Answers a dialog as a click on its button of that response would. */
 inline void respond_later(GtkWidget *dialog, int response) {
-  GtkWidget *button = gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), response);
-  click_later(button);
-  if (!GTK_IS_FILE_CHOOSER_DIALOG(dialog)) return;
-  struct Pending {
-    GtkWidget *dialog, *button;
-  };
-  Pending *p = new Pending{dialog, GTK_WIDGET(g_object_ref(button))};
-  g_object_add_weak_pointer(G_OBJECT(dialog), reinterpret_cast<gpointer *>(&p->dialog));
-  g_timeout_add(
-      500,
-      [](gpointer data) -> gboolean {
-        Pending *p = static_cast<Pending *>(data);
-        if (p->dialog != NULL && gtk_widget_get_visible(p->dialog)) {
-          gtk_button_clicked(GTK_BUTTON(p->button));
-          return TRUE;
-        }
-        if (p->dialog != NULL)
-          g_object_remove_weak_pointer(G_OBJECT(p->dialog),
-                                       reinterpret_cast<gpointer *>(&p->dialog));
-        g_object_unref(p->button);
-        delete p;
-        return FALSE;
-      },
-      p);
+  click_later(gtk_dialog_get_widget_for_response(GTK_DIALOG(dialog), response));
 }
 
 inline std::string title_of(GtkWidget *w) {
