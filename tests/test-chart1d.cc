@@ -347,7 +347,8 @@ static void test_reduced(void) {
             GdkPixbuf *pb = read_pixmap(h);
             plot[every] = gdk_pixbuf_new_subpixbuf(pb, c->px0, c->py1, c->px1 - c->px0 + 1,
                                                    c->py0 - c->py1 + 1);
-            yrange[every][0] = c->ymin, yrange[every][1] = c->ymax;
+            yrange[every][0] = c->ymin;
+            yrange[every][1] = c->ymax;
             g_object_unref(pb);
           }
           long sum = 0, area = (c->px1 - c->px0 + 1) * (c->py0 - c->py1 + 1);

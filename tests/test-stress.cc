@@ -86,7 +86,11 @@ struct Stress {
 
   void produce(int id, uint64_t k) {
     double w = 0.5 * double(1 + k % 3), x[kCells], y[kCells], ws[kCells], gx[5], gy[5];
-    for (int i = 0; i < kCells; i++) x[i] = i % 16 + 0.5, y[i] = i / 16 + 0.5, ws[i] = w;
+    for (int i = 0; i < kCells; i++) {
+      x[i] = i % 16 + 0.5;
+      y[i] = i / 16 + 0.5;
+      ws[i] = w;
+    }
     int b = int(k % kBins), n = id + 3;
     /* One entry at each of 0.5, 1.5, ... 15.5, and one in every cell of the map. */
     kiv_histogram_fill_n(h, x, ws, 16);
@@ -99,9 +103,13 @@ struct Stress {
     kiv_histogram_fill(KIV_HISTOGRAM(tracer), tagged(id + 1, ++traced[id]), 1.0);
     /* p + 2 points at 0, 0.5, 1 ... all of the value 4 g + p. */
     kiv_function_lock(KIV_FUNCTION(graph));
-    for (int i = 0; i < n; i++) gx[i] = 0.5 * i, gy[i] = tagged(id + 1, generation + 1);
+    for (int i = 0; i < n; i++) {
+      gx[i] = 0.5 * i;
+      gy[i] = tagged(id + 1, generation + 1);
+    }
     kiv_graph_reset(graph, n, gx, gy);
-    generation++, resets++;
+    generation++;
+    resets++;
     kiv_function_unlock(KIV_FUNCTION(graph));
     /* Bin b only ever receives the value b + 1, with weight 1. */
     kiv_histogram_fill(KIV_HISTOGRAM(profile), b + 0.25 * double(k % 4), b + 1.0);
