@@ -23,10 +23,14 @@
 
 namespace kivtest {
 
-/* Counts emissions of a signal, whatever its arguments. */
+/* Counts emissions of a signal, whatever its arguments; on a signal that
+ * returns a boolean it lets the emission go on. */
 struct Counter {
   int n = 0;
-  static void bump(Counter *self) { self->n++; }
+  static gboolean bump(Counter *self) {
+    self->n++;
+    return FALSE;
+  }
   gulong connect(gpointer instance, const char *signal) {
     return g_signal_connect_swapped(instance, signal, G_CALLBACK(bump), this);
   }

@@ -31,7 +31,8 @@ struct Ramp : Counter {
   KivChart1D *h = s.chart;
   KivCanvas *c = h->cnvs;
   Ramp() {
-    g_signal_connect_data(h, "expose-event", G_CALLBACK(bump), this, NULL, GConnectFlags(3));
+    g_signal_connect_data(h, "expose-event", G_CALLBACK(bump), this, NULL,
+                          GConnectFlags(G_CONNECT_SWAPPED | G_CONNECT_AFTER));
     kiv_chart1d_set_colors(h, "background", "white", "foreground", "black", NULL);
     g_object_unref(read_pixmap(h));
     drain();
