@@ -332,9 +332,9 @@ int main(int argc, char **argv) {
   if (display_ok) g_object_set(gtk_settings_get_default(), "gtk-menu-popup-delay", 0, NULL);
   /* A folder of the run's own (a test in a child process has one of its
    * child's) takes the files written. */
-  std::string dir = g_dir_make_tmp("kiv-interaction-XXXXXX", NULL);
-  g_assert_cmpint(chdir(dir.c_str()), ==, 0);
+  g_autofree gchar *dir = g_dir_make_tmp("kiv-interaction-XXXXXX", NULL);
+  g_assert_cmpint(chdir(dir), ==, 0);
   int failed = g_test_run();
-  g_assert_cmpint(system(("rm -r '" + dir + "'").c_str()), ==, 0);
+  g_assert_cmpint(system((std::string("rm -r '") + dir + "'").c_str()), ==, 0);
   return failed;
 }
