@@ -5,6 +5,7 @@
 #ifndef KIV_TEST_H
 #define KIV_TEST_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -215,6 +216,27 @@ inline GString *read_bytes(gpointer widget, const char *prop) {
   return s;
 }
 
+/* The largest difference of a channel (alpha included) between the
+ * pixels at (x, y) of two pictures. */
+inline int gap(GdkPixbuf *a, GdkPixbuf *b, int x, int y) {
+  Rgb p = pixel(a, x, y), q = pixel(b, x, y);
+  return std::max(
+      {std::abs(p.r - q.r), std::abs(p.g - q.g), std::abs(p.b - q.b), std::abs(p.a - q.a)});
+}
+
+/* How many pixels of two pictures of one size differ by more than tol
+ * levels; sum, when given, gets the gap of every pixel added. */
+inline int differing(GdkPixbuf *a, GdkPixbuf *b, int tol, long *sum = NULL) {
+  int n = 0;
+  for (int y = 0; y < gdk_pixbuf_get_height(a); y++)
+    for (int x = 0; x < gdk_pixbuf_get_width(a); x++) {
+      int d = gap(a, b, x, y);
+      n += d > tol;
+      if (sum != NULL) *sum += d;
+    }
+  return n;
+}
+
 /* Compares a picture with tests/reference/NAME.png.  A pixel differs when
  * one of its channels (alpha included) is more than tol levels away from
  * the reference; the picture matches when its size is the reference's and
@@ -222,14 +244,13 @@ inline GString *read_bytes(gpointer widget, const char *prop) {
  * difference image (differing pixels red over a faded reference) are
  * written to the build folder as NAME-out.png and NAME-diff.png.  With
  * KIV_UPDATE_REFERENCES set, the picture becomes the new reference. */
-inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0, int max_differing = 0) {
-  gchar *file = g_strdup_printf("%s.png", name);
-  gchar *ref_path = g_test_build_filename(G_TEST_DIST, "reference", file, NULL);
+inline void assert_reference(GdkPixbuf *got, const char *name, int tol, int max_differing) {
+  std::string base(name);
+  g_autofree gchar *ref_path =
+      g_test_build_filename(G_TEST_DIST, "reference", (base + ".png").c_str(), NULL);
   if (g_getenv("KIV_UPDATE_REFERENCES") != NULL) {
     g_assert_true(gdk_pixbuf_save(got, ref_path, "png", NULL, NULL));
     g_test_message("wrote %s", ref_path);
-    g_free(ref_path);
-    g_free(file);
     return;
   }
   GError *err = NULL;
@@ -237,34 +258,27 @@ inline void assert_reference(GdkPixbuf *got, const char *name, int tol = 0, int 
   g_assert_no_error(err);
   int w = gdk_pixbuf_get_width(got), h = gdk_pixbuf_get_height(got);
   bool same_size = w == gdk_pixbuf_get_width(ref) && h == gdk_pixbuf_get_height(ref);
-  GdkPixbuf *diff = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, w, h);
-  int differing = same_size ? 0 : w * h;
-  for (int y = 0; same_size && y < h; y++)
-    for (int x = 0; x < w; x++) {
-      Rgb a = pixel(got, x, y), b = pixel(ref, x, y);
-      bool differs = !a.near(b, tol) || std::abs(a.a - b.a) > tol;
-      differing += differs;
-      guchar *d = gdk_pixbuf_get_pixels(diff) + y * gdk_pixbuf_get_rowstride(diff) + x * 3;
-      int faded = 192 + (b.r + b.g + b.b) / 12;
-      d[0] = differs ? 255 : faded;
-      d[1] = d[2] = differs ? 0 : faded;
-    }
-  if (differing > max_differing) {
-    gchar *out =
-        g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-out.png").c_str(), NULL);
-    gchar *dif =
-        g_test_build_filename(G_TEST_BUILT, (std::string(name) + "-diff.png").c_str(), NULL);
+  int n = same_size ? differing(got, ref, tol) : w * h;
+  if (n > max_differing) {
+    g_autofree gchar *out = g_test_build_filename(G_TEST_BUILT, (base + "-out.png").c_str(), NULL);
+    g_autofree gchar *dif = g_test_build_filename(G_TEST_BUILT, (base + "-diff.png").c_str(), NULL);
     gdk_pixbuf_save(got, out, "png", NULL, NULL);
+    GdkPixbuf *diff = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, w, h);
+    for (int y = 0; same_size && y < h; y++)
+      for (int x = 0; x < w; x++) {
+        Rgb b = pixel(ref, x, y);
+        guchar *d = gdk_pixbuf_get_pixels(diff) + y * gdk_pixbuf_get_rowstride(diff) + x * 3;
+        bool differs = gap(got, ref, x, y) > tol;
+        d[0] = differs ? 255 : 192 + (b.r + b.g + b.b) / 12;
+        d[1] = d[2] = differs ? 0 : d[0];
+      }
     if (same_size) gdk_pixbuf_save(diff, dif, "png", NULL, NULL);
     g_error("%s: %d pixels differ by more than %d levels (at most %d may); %dx%d against %dx%d; "
             "see %s and %s",
-            name, differing, tol, max_differing, w, h, gdk_pixbuf_get_width(ref),
+            name, n, tol, max_differing, w, h, gdk_pixbuf_get_width(ref),
             gdk_pixbuf_get_height(ref), out, dif);
   }
-  g_object_unref(diff);
   g_object_unref(ref);
-  g_free(ref_path);
-  g_free(file);
 }
 
 /* ---- Pointer and key events as the X server delivers them. ---- */

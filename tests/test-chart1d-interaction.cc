@@ -149,11 +149,15 @@ static void test_pointer_zoom_monitor(void) {
   press(h, 1, 0, 0);
   motion(h, r.px(2), r.py(3));
   kiv_assert_each({e->x0, 2.5}, {e->y0, 5.0}, {e->x, 5.0}, {e->y, 15.0}, {e->button, 1});
-  assert_reference(read_pixmap(h), "chart1d-interaction-drag", 2, 0);
+  GdkPixbuf *drag = read_pixmap(h);
+  assert_reference(drag, "chart1d-interaction-drag", 2, 0);
   release(h, 1, 0, 0);
   motion(h, r.px(3), r.py(2));
   kiv_assert_each({e->button, 2}, {h->xmax, 10.0}, {h->vmax, 20.0});
-  assert_reference(read_pixmap(h), "chart1d-interaction-hover", 2, 0);
+  GdkPixbuf *hover = read_pixmap(h);
+  assert_reference(hover, "chart1d-interaction-hover", 2, 0);
+  g_object_unref(drag);
+  g_object_unref(hover);
   r.drag(3, 1, 1, 3, GDK_CONTROL_MASK);
   r.drag(1, 3, 2, 1, GDK_SHIFT_MASK);
   kiv_assert_each({h->xmin, 2.5}, {h->xmax, 7.5}, {h->vmin, 5.0}, {h->vmax, 15.0}, {r.c->fixed, 1});

@@ -41,21 +41,6 @@ bool contains(GString *s, const char *needle) {
   return memmem(s->str, s->len, needle, strlen(needle)) != NULL;
 }
 
-/* How many pixels of two pictures of one size differ by more than tol
- * levels in a channel; sum gets the largest differences added. */
-int differing(GdkPixbuf *a, GdkPixbuf *b, int tol, long *sum = NULL) {
-  int n = 0;
-  for (int y = 0; y < gdk_pixbuf_get_height(a); y++)
-    for (int x = 0; x < gdk_pixbuf_get_width(a); x++) {
-      Rgb p = pixel(a, x, y), q = pixel(b, x, y);
-      int d = std::max(
-          {std::abs(p.r - q.r), std::abs(p.g - q.g), std::abs(p.b - q.b), std::abs(p.a - q.a)});
-      n += d > tol;
-      if (sum != NULL) *sum += d;
-    }
-  return n;
-}
-
 /* Draws the chart afresh, checks the picture against its reference if it
  * has a name, and returns the number of points of the first curve. */
 int draw(KivChart1D *h, const char *reference = NULL) {
