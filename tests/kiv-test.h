@@ -130,17 +130,23 @@ struct Toplevel {
   }
 };
 
+/* Runs the main loop until the chart has been drawn once, so that its
+ * canvas holds a layout. */
+inline void wait_drawn(KivChart1D *chart) {
+  for (int i = 0; i < 400 && chart->cnvs->xstp == 0.0; i++) {
+    drain();
+    g_usleep(5000);
+  }
+  g_assert_cmpfloat(chart->cnvs->xstp, !=, 0.0);
+}
+
 /* A chart (one- or two-dimensional) shown in a toplevel window, allocated
  * and drawn once, so that its canvas holds a layout. */
 struct Shown : Toplevel {
   KivChart1D *chart;
   Shown(KivFunction *f, int width, int height) : Shown(kiv_chart1d_new(f), width, height) {}
   Shown(GtkWidget *w, int width, int height) : Toplevel(w, width, height), chart(KIV_CHART1D(w)) {
-    for (int i = 0; i < 400 && chart->cnvs->xstp == 0.0; i++) {
-      drain();
-      g_usleep(5000);
-    }
-    g_assert_cmpfloat(chart->cnvs->xstp, !=, 0.0);
+    wait_drawn(chart);
   }
 };
 

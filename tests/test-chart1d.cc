@@ -185,10 +185,7 @@ static void test_window(void) {
   gtk_widget_set_size_request(w, 200, 150);
   gtk_container_add(GTK_CONTAINER(window), w);
   gtk_widget_show_all(window);
-  for (int i = 0; i < 400 && KIV_CHART1D(w)->cnvs->xstp == 0.0; i++) {
-    drain();
-    g_usleep(5000);
-  }
+  wait_drawn(KIV_CHART1D(w));
   gdk_window_process_all_updates();
   GdkPixbuf *shown = gtk_offscreen_window_get_pixbuf(GTK_OFFSCREEN_WINDOW(window));
   GdkPixbuf *image = read_pixmap(w);
